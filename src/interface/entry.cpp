@@ -1,0 +1,128 @@
+// The public entry: resolves the element name, cuts the elements into batches
+// of at most 128 in input order, builds each batch's one-based element-fastest
+// connectivity and thickness, runs the batch driver and maps internal statuses
+// to public codes. One batch's failure never stops the next.
+#include <cstring>
+
+#include "common/numerics.hpp"
+#include "stabletime/pipeline.h"
+#include "stabletime/stabletime.h"
+
+namespace sti::interface {
+namespace {
+
+constexpr int kMaxNodeCount = 10;  // largest connectivity row the call accepts
+
+// Public code of an internal status; the same mapping serves elements and batches.
+int public_code(int status) {
+  switch (status) {
+    case 0: return STI_OK;
+    case 3: return STI_SECTION_UNUSABLE;
+    case 6:
+    case 7:
+    case 8: return STI_MATERIAL_UNUSABLE;
+    case 4: return STI_TYPE_UNSUPPORTED;
+    case 1:
+    case 2: return STI_GEOMETRY_DEGENERATE;
+    default: return STI_OTHER_FAILURE;
+  }
+}
+
+void fill_codes(int* element_code, int count, int code) {
+  for (int e = 0; e < count; ++e) element_code[e] = code;
+}
+
+int stable_time(const char* elem_name, int node_total, int element_count, const float* node_coords,
+                const int* connectivity, int material_code, const float* material_props,
+                const float* density, const float* thickness, float bulk_scale,
+                const float* section_damping, const float* cohesive_params, float* stable_time,
+                int* element_code) {
+  if (element_count < 1) return STI_OTHER_FAILURE;
+
+  const int name_length = static_cast<int>(std::strlen(elem_name));
+  int elem_type_id = 0, node_count = 0, point_count = 0, name_status = 0;
+  sti_ele_typefromname(&elem_type_id, &node_count, &point_count, &name_status, elem_name,
+                       &name_length);
+  if (name_status != 0) {
+    fill_codes(element_code, element_count, STI_TYPE_UNSUPPORTED);
+    return STI_TYPE_UNSUPPORTED;
+  }
+
+  const float section_area = section_damping ? section_damping[0] : 0.0f;
+  const float alpha_damping = section_damping ? section_damping[1] : 0.0f;
+  const float beta_damping = section_damping ? section_damping[2] : 0.0f;
+  const float no_cohesive_params[2] = {-1.0f, -1.0f};
+  const float* cohesive = cohesive_params ? cohesive_params : no_cohesive_params;
+
+  if (node_count > kMaxNodeCount) {
+    fill_codes(element_code, element_count, STI_TYPE_UNSUPPORTED);
+    return STI_TYPE_UNSUPPORTED;
+  }
+
+  int batch_connectivity[kBatchCapacity * kMaxNodeCount];
+  float batch_thickness[kBatchCapacity];
+  int batch_status[kBatchCapacity];
+  const int coord_stride = 3;
+  const int section_count = 1;
+  const int section_skip = 0;
+  const float unit_scale = 1.0f;
+
+  int overall_code = 0;
+  for (int batch_first = 0; batch_first < element_count; batch_first += kBatchCapacity) {
+    const int remaining = element_count - batch_first;
+    const int batch_count = remaining < kBatchCapacity ? remaining : kBatchCapacity;
+
+    const int* rows = connectivity + static_cast<long long>(batch_first) * node_count;
+    for (int k = 0; k < node_count; ++k)
+      for (int e = 0; e < batch_count; ++e)
+        batch_connectivity[e + batch_count * k] = rows[e * node_count + k] + 1;
+    for (int e = 0; e < batch_count; ++e) {
+      batch_thickness[e] = thickness ? thickness[batch_first + e] : 1.0f;
+      batch_status[e] = 0;
+    }
+
+    int call_status = 0;
+    sti_ele_stabletime(&coord_stride, &node_total, &batch_count, &call_status, batch_status,
+                       &point_count, &section_count, &node_count, &section_skip, &material_code,
+                       &elem_type_id, batch_connectivity, node_coords, batch_thickness,
+                       &unit_scale, &section_area, &alpha_damping, &beta_damping, &bulk_scale,
+                       density + batch_first, cohesive, stable_time + batch_first,
+                       material_props);
+
+    int* codes = element_code + batch_first;
+    const int batch_code = public_code(call_status);
+    if (call_status == 0) {
+      fill_codes(codes, batch_count, STI_OK);
+    } else {
+      // Only failed elements are written; sound ones keep what the caller held.
+      bool any_failed = false;
+      for (int e = 0; e < batch_count; ++e) {
+        if (batch_status[e] != 0) {
+          codes[e] = public_code(batch_status[e]);
+          any_failed = true;
+        }
+      }
+      if (!any_failed) fill_codes(codes, batch_count, batch_code);
+    }
+    // Between batches the smallest nonzero code wins; a clean batch never resets it.
+    if (batch_code != 0 && (overall_code == 0 || batch_code < overall_code))
+      overall_code = batch_code;
+  }
+  return overall_code;
+}
+
+}  // namespace
+}  // namespace sti::interface
+
+extern "C" STI_EXPORT int sti_StableTime(const char* elem_name, int node_total, int element_count,
+                                         const float* node_coords, const int* connectivity,
+                                         int material_code, const float* material_props,
+                                         const float* density, const float* thickness,
+                                         float bulk_scale, const float* section_damping,
+                                         const float* cohesive_params, float* stable_time,
+                                         int* element_code) {
+  return sti::interface::stable_time(elem_name, node_total, element_count, node_coords,
+                                     connectivity, material_code, material_props, density,
+                                     thickness, bulk_scale, section_damping, cohesive_params,
+                                     stable_time, element_code);
+}

@@ -1,0 +1,77 @@
+// Effective moduli of the batch's material: 2G, 3K and the modulus of the
+// fastest plane wave, each already multiplied by the section scale and the
+// element thickness. The material code decides for the whole batch.
+#include "common/numerics.hpp"
+#include "material/moduli.hpp"
+#include "stabletime/pipeline.h"
+
+namespace sti::material {
+
+void common_tail(int n, IsotropicEquivalent m, float modulus_scale, const float* thickness,
+                 float* two_g, float* three_k, float* wave_modulus, int* elem_status) {
+  const float g2s = m.two_g * modulus_scale;
+  const float k3s = m.three_k * modulus_scale;
+  for (int e = 0; e < n; ++e) {
+    two_g[e] = g2s * thickness[e];
+    three_k[e] = k3s * thickness[e];
+    wave_modulus[e] = kOneThird * (three_k[e] + 2.0f * two_g[e]);
+    elem_status[e] = 0.0f >= wave_modulus[e] ? 7 : elem_status[e];
+  }
+}
+
+namespace {
+
+// Code 100: E and nu. A line element propagates a bar wave and takes E itself.
+void isotropic_elastic(int n, int* elem_status, int uniaxial_flag, float modulus_scale,
+                       const float* thickness, float* two_g, float* three_k,
+                       float* wave_modulus, const float* props) {
+  const float e_modulus = props[0];
+  const float nu = props[1];
+  IsotropicEquivalent m;
+  m.two_g = e_modulus / (1.0f + nu);
+  m.three_k = nu != 0.5f ? e_modulus / (1.0f - nu - nu) : m.two_g;
+  if (uniaxial_flag != 1) {
+    common_tail(n, m, modulus_scale, thickness, two_g, three_k, wave_modulus, elem_status);
+    return;
+  }
+  const float g2s = m.two_g * modulus_scale;
+  const float k3s = m.three_k * modulus_scale;
+  const float es = e_modulus * modulus_scale;
+  for (int e = 0; e < n; ++e) {
+    two_g[e] = g2s * thickness[e];
+    three_k[e] = k3s * thickness[e];
+    wave_modulus[e] = es * thickness[e];
+    elem_status[e] = 0.0f >= wave_modulus[e] ? 7 : elem_status[e];
+  }
+}
+
+void effective_moduli(int n, int ndim, int* elem_status, int material_code,
+                      int& plane_stress_flag, int uniaxial_flag, float modulus_scale,
+                      const float* thickness, float* two_g, float* three_k, float* wave_modulus,
+                      const float* props) {
+  (void)ndim;
+  (void)plane_stress_flag;
+  switch (material_code) {
+    case 100:
+      isotropic_elastic(n, elem_status, uniaxial_flag, modulus_scale, thickness, two_g, three_k,
+                        wave_modulus, props);
+      break;
+    default:  // a code this library does not know fails the whole batch
+      for (int e = 0; e < n; ++e) elem_status[e] = 8;
+      break;
+  }
+}
+
+}  // namespace
+}  // namespace sti::material
+
+extern "C" STI_EXPORT void sti_ele_effmodulus(const int* batch_count, const int* ndim,
+                                              int* elem_status, const int* material_code,
+                                              int* plane_stress_flag, const int* uniaxial_flag,
+                                              const float* modulus_scale, const float* thickness,
+                                              float* two_g, float* three_k, float* wave_modulus,
+                                              const float* material_props) {
+  sti::material::effective_moduli(*batch_count, *ndim, elem_status, *material_code,
+                                  *plane_stress_flag, *uniaxial_flag, *modulus_scale, thickness,
+                                  two_g, three_k, wave_modulus, material_props);
+}

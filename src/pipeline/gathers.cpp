@@ -1,0 +1,162 @@
+// Gathers of node coordinates into element-fastest batch arrays: the plain
+// copy, the mid-surface points and half differences of cohesive elements and
+// continuum shells, and the fifteen points of the modified ten-node
+// tetrahedron. Node numbers are one-based and trusted.
+#include "common/numerics.hpp"
+#include "stabletime/pipeline.h"
+
+namespace sti::pipeline {
+namespace {
+
+// Pairing tables: the two faces of a quadrilateral or hexahedron across a local
+// direction, one-based node positions, rows by direction from -2.
+constexpr int kPlanarPairs[5][4] = {
+    {3, 4, 1, 2}, {2, 3, 4, 1}, {1, 2, 3, 4}, {4, 1, 2, 3}, {1, 2, 3, 4}};
+constexpr int kSolidPairs[6][8] = {
+    {4, 3, 7, 8, 1, 2, 6, 5}, {2, 6, 7, 3, 1, 5, 8, 4}, {1, 2, 3, 4, 5, 6, 7, 8},
+    {1, 4, 8, 5, 2, 3, 7, 6}, {1, 5, 6, 2, 4, 8, 7, 3}, {1, 2, 3, 4, 5, 6, 7, 8}};
+
+// Float c (from 0) of the node at one-based position `position` of element e.
+inline float node_value(const float* node_coords, int coord_stride, const int* connectivity,
+                        int n, int e, int position, int c) {
+  const int node = connectivity[e + n * (position - 1)];
+  return node_coords[static_cast<long long>(node - 1) * coord_stride + c];
+}
+
+void gather(int value_count, int ndim, int coord_stride, const int* node_list, float* values_out,
+            const float* node_coords) {
+  if (ndim == 2 || ndim == 3) {
+    for (int c = 0; c < ndim; ++c)
+      for (int i = 0; i < value_count; ++i)
+        values_out[i + value_count * c] =
+            node_coords[static_cast<long long>(node_list[i] - 1) * coord_stride + c];
+  } else {
+    for (int i = 0; i < value_count; ++i)
+      values_out[i] =
+          node_coords[static_cast<long long>(node_list[i] - 1) * coord_stride + coord_stride - 1];
+  }
+}
+
+// Mid-points and half differences of the pairs (t0, t3) and (t1, t2): the half
+// difference is formed as half the difference of the two ends.
+void gather_planar_pairs(int n, int ndim, int coord_stride, int direction,
+                         const int* connectivity, float* coords_g, float* coords_d,
+                         const float* node_coords) {
+  if (direction < -2 || direction > 2) return;
+  const int* t = kPlanarPairs[direction + 2];
+  for (int c = 0; c < ndim; ++c) {
+    for (int e = 0; e < n; ++e) {
+      const int i0 = e + 2 * n * c;
+      const int i1 = e + n + 2 * n * c;
+      float a = node_value(node_coords, coord_stride, connectivity, n, e, t[3], c);
+      float b = node_value(node_coords, coord_stride, connectivity, n, e, t[0], c);
+      coords_g[i0] = (a + b) * 0.5f;
+      coords_d[i0] = (a - b) * 0.5f;
+      a = node_value(node_coords, coord_stride, connectivity, n, e, t[2], c);
+      b = node_value(node_coords, coord_stride, connectivity, n, e, t[1], c);
+      coords_g[i1] = (a + b) * 0.5f;
+      coords_d[i1] = (a - b) * 0.5f;
+    }
+  }
+}
+
+// Mid-surface points of the four pairs (t(k), t(k + 4)) and the half-thickness
+// vectors, formed as the mean minus the first end.
+void gather_solid_pairs(int n, int ndim, int coord_stride, int direction,
+                        const int* connectivity, float* coords_g, float* coords_d,
+                        const float* node_coords) {
+  if (direction < -2 || direction > 3) return;
+  const int* t = kSolidPairs[direction + 2];
+  const bool by_component = ndim == 2 || ndim == 3;
+  const int components = by_component ? ndim : 1;
+  for (int c = 0; c < components; ++c) {
+    const int source = by_component ? c : coord_stride - 1;
+    for (int k = 0; k < 4; ++k) {
+      for (int e = 0; e < n; ++e) {
+        const float a = node_value(node_coords, coord_stride, connectivity, n, e, t[k], source);
+        const float b =
+            node_value(node_coords, coord_stride, connectivity, n, e, t[k + 4], source);
+        const float mean = (b + a) * 0.5f;
+        const int i = e + n * k + 4 * n * c;
+        coords_g[i] = mean;
+        coords_d[i] = mean - a;
+      }
+    }
+  }
+}
+
+// The ten nodes of the tetrahedron, then its centroid (node 11) and the four
+// face points (nodes 12 to 15), by the design's fixed weights.
+void gather_tet10(int n, int coord_stride, const int* connectivity, float* coords_g,
+                  const float* node_coords) {
+  constexpr int K = 15;
+  for (int c = 0; c < 3; ++c)
+    for (int k = 0; k < 10; ++k)
+      for (int e = 0; e < n; ++e)
+        coords_g[at(n, K, e, k, c)] =
+            node_value(node_coords, coord_stride, connectivity, n, e, k + 1, c);
+
+  constexpr float kCornerWeight = 0.006803281f;
+  constexpr float kMidsideWeight = 0.16213115f;
+  for (int c = 0; c < 3; ++c) {
+    for (int e = 0; e < n; ++e) {
+      auto x = [&](int node) { return coords_g[at(n, K, e, node - 1, c)]; };
+      coords_g[at(n, K, e, 10, c)] =
+          kCornerWeight * (x(1) + x(2) + x(3) + x(4)) +
+          kMidsideWeight * (x(5) + x(6) + x(7) + x(8) + x(9) + x(10));
+    }
+  }
+
+  constexpr float f = std::bit_cast<float>(0xBD888889u);  // -1/15
+  constexpr float m = std::bit_cast<float>(0x3ECCCCCDu);  // 0.4
+  for (int c = 0; c < 3; ++c) {
+    for (int e = 0; e < n; ++e) {
+      auto x = [&](int node) { return coords_g[at(n, K, e, node - 1, c)]; };
+      coords_g[at(n, K, e, 11, c)] = f * (x(1) + x(2) + x(3)) + m * (x(5) + x(6) + x(7));
+      coords_g[at(n, K, e, 12, c)] = f * (x(1) + x(2) + x(4)) + m * (x(5) + x(8) + x(9));
+      coords_g[at(n, K, e, 13, c)] = f * (x(2) + x(3) + x(4)) + m * (x(6) + x(9) + x(10));
+      coords_g[at(n, K, e, 14, c)] = f * (x(3) + x(1) + x(4)) + m * (x(7) + x(8) + x(10));
+    }
+  }
+}
+
+}  // namespace
+}  // namespace sti::pipeline
+
+extern "C" STI_EXPORT void sti_ope_gengatherr(const int* value_count, const int* ndim,
+                                              const int* coord_stride, const int* node_total,
+                                              const int* node_list, float* values_out,
+                                              const float* node_coords) {
+  (void)node_total;
+  sti::pipeline::gather(*value_count, *ndim, *coord_stride, node_list, values_out, node_coords);
+}
+
+extern "C" STI_EXPORT void sti_ope_gengatherr2dndir(const int* batch_count, const int* ndim,
+                                                    const int* coord_stride,
+                                                    const int* node_total, const int* direction,
+                                                    const int* connectivity, float* coords_g,
+                                                    float* coords_d, const float* node_coords) {
+  (void)node_total;
+  sti::pipeline::gather_planar_pairs(*batch_count, *ndim, *coord_stride, *direction,
+                                     connectivity, coords_g, coords_d, node_coords);
+}
+
+extern "C" STI_EXPORT void sti_ope_gengatherr3dndir(const int* batch_count, const int* ndim,
+                                                    const int* coord_stride,
+                                                    const int* node_total, const int* direction,
+                                                    const int* connectivity, float* coords_g,
+                                                    float* coords_d, const float* node_coords) {
+  (void)node_total;
+  sti::pipeline::gather_solid_pairs(*batch_count, *ndim, *coord_stride, *direction,
+                                    connectivity, coords_g, coords_d, node_coords);
+}
+
+extern "C" STI_EXPORT void sti_ope_gengatherrc3d10m(const int* batch_count, const int* ndim,
+                                                    const int* coord_stride,
+                                                    const int* node_total,
+                                                    const int* connectivity, float* coords_g,
+                                                    const float* node_coords) {
+  (void)ndim;
+  (void)node_total;
+  sti::pipeline::gather_tet10(*batch_count, *coord_stride, connectivity, coords_g, node_coords);
+}
