@@ -42,20 +42,44 @@ inline float guarded_reciprocal_nonstrict(float v) {
   return (1.0f - g) / (v + g);
 }
 
-// Guarded normalisation of a three-vector in place: a vector shorter than the
-// smallest normal float becomes exactly zero. `Strict` selects tiny > l (membrane
-// frames) against tiny >= l (cohesive frames).
+// Guarded normalisation: a vector shorter than the smallest normal float
+// becomes exactly zero, with no branch and no division by zero. kStrict tests
+// tiny > l (membrane frames), kNonStrict tests tiny >= l (cohesive frames).
 enum class Guard { kStrict, kNonStrict };
 
+struct Vec3 {
+  float x, y, z;
+};
+
+inline Vec3 cross(Vec3 a, Vec3 b) {
+  return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+
+inline float length(Vec3 w) { return std::sqrt(w.x * w.x + w.y * w.y + w.z * w.z); }
+
 template <Guard G>
-inline void normalise(float& x, float& y, float& z) {
-  const float l = std::sqrt(x * x + y * y + z * z);
-  const bool small = G == Guard::kStrict ? kSmallestNormal > l : kSmallestNormal >= l;
-  const float g = small ? 1.0f : 0.0f;
-  const float f = (1.0f - g) / (l + g);
-  x = x * f;
-  y = y * f;
-  z = z * f;
+inline float guarded_inverse_length(float l) {
+  return G == Guard::kStrict ? guarded_reciprocal(l) : guarded_reciprocal_nonstrict(l);
+}
+
+template <Guard G>
+inline Vec3 normalised(Vec3 w) {
+  const float f = guarded_inverse_length<G>(length(w));
+  return {w.x * f, w.y * f, w.z * f};
+}
+
+// The two in-plane axes of a surface frame from its unit normal n. The first
+// axis s is the projection of global X on the plane, or of global Z when the
+// normal lies within the tie-break cone around X (|n_x| at or above 0.999).
+// Built in the order t = |n x e|, s = |t x n|, so that s x t = n.
+inline constexpr float kTieBreakNx = std::bit_cast<float>(0x3F7FBE77u);  // 0.999
+
+template <Guard G>
+inline void in_plane_axes(Vec3 n, Vec3& s, Vec3& t) {
+  const bool away_from_x = kTieBreakNx > std::fabs(n.x);
+  const Vec3 w = away_from_x ? Vec3{0.0f, n.z, -n.y} : Vec3{n.y, -n.x, 0.0f};
+  t = normalised<G>(w);
+  s = normalised<G>(cross(t, n));
 }
 
 // Element-fastest indexing: component c of node k of element e, all from 0, in a

@@ -11,7 +11,6 @@ void not_supported(const int* n, int* elem_status) {
 extern "C" {
 STI_EXPORT void sti_ope_m3dq4normal(const int*, const int*, const int*, const float*, const float*,
                                     const float*, float*) {}
-STI_EXPORT void sti_ope_m3dq4rot(const int*, const float*, float*, const float*) {}
 STI_EXPORT void sti_ope_m3d4geom(const int* n, int* s, const int*, const int*, const float*,
                                  const float*, const float*, const float*, float*, float*, float*,
                                  const float*, const float*, float*) {
