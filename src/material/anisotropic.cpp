@@ -3,8 +3,6 @@
 // from the normal block (stiffness forms) or from the largest Young's modulus
 // and Poisson ratio (engineering constants), which keeps the estimate on the
 // safe side for any orientation of the material axes.
-#include <cstddef>
-
 #include "common/numerics.hpp"
 #include "material/moduli.hpp"
 
