@@ -20,9 +20,11 @@ inline float global_length(const float* d, int n, int e, int k) {
 }
 }  // namespace
 
-void continuum_shell(int n, int* elem_status, const float* tri_flag, const float* local_g,
-                     const float* coords_d, const float* local_d, float* element_mass,
-                     const float* thickness, const float* density, float* lsq) {
+void continuum_shell(int n, int* __restrict elem_status, const float* __restrict tri_flag,
+                     const float* __restrict local_g, const float* __restrict coords_d,
+                     const float* __restrict local_d, float* __restrict element_mass,
+                     const float* __restrict thickness, const float* __restrict density,
+                     float* __restrict lsq) {
   for (int e = 0; e < n; ++e) {
     const float x1 = local_g[at(n, 4, e, 0, 0)], y1 = local_g[at(n, 4, e, 0, 1)];
     const float x2 = local_g[at(n, 4, e, 1, 0)], y2 = local_g[at(n, 4, e, 1, 1)];

@@ -15,10 +15,12 @@ namespace {
 constexpr int kRuleNodes = 4;
 }  // namespace
 
-void full_membrane(int n, int* elem_status, int point_index, const float* tri_flag,
-                   const float* rule_dn1, const float* rule_dn2, const float* local_g,
-                   float* work_a, float* work_b, float* element_mass, const float* thickness,
-                   const float* density, float* lsq) {
+void full_membrane(int n, int* __restrict elem_status, int point_index,
+                   const float* __restrict tri_flag, const float* rule_dn1, const float* rule_dn2,
+                   const float* __restrict local_g, float* __restrict work_a,
+                   float* __restrict work_b, float* __restrict element_mass,
+                   const float* __restrict thickness, const float* __restrict density,
+                   float* __restrict lsq) {
   if (n < 1) return;
   const int row = kRuleNodes * (point_index - 1);
   const float a1 = rule_dn1[row + 0], a2 = rule_dn1[row + 1];
@@ -66,9 +68,10 @@ void full_membrane(int n, int* elem_status, int point_index, const float* tri_fl
   }
 }
 
-void axisymmetric_shell(int n, int* elem_status, const float* coords_g, float* local_line,
-                        float* element_mass, const float* thickness, const float* density,
-                        float* lsq) {
+void axisymmetric_shell(int n, int* __restrict elem_status, const float* __restrict coords_g,
+                        float* __restrict local_line, float* __restrict element_mass,
+                        const float* __restrict thickness, const float* __restrict density,
+                        float* __restrict lsq) {
   for (int e = 0; e < n; ++e) {
     const float x1 = coords_g[at(n, 2, e, 0, 0)], y1 = coords_g[at(n, 2, e, 0, 1)];
     const float x2 = coords_g[at(n, 2, e, 1, 0)], y2 = coords_g[at(n, 2, e, 1, 1)];

@@ -19,11 +19,12 @@ inline float squared_distance(float xa, float ya, float xb, float yb) {
 }
 }  // namespace
 
-void small_strain_shell_frequency(int n, const float* coords, const float* work_a,
-                                  const float* work_b, float* lsq, const float* tri_flag,
-                                  float* freq) {
-  float* freq_a = freq;
-  float* freq_b = freq + n;
+void small_strain_shell_frequency(int n, const float* __restrict coords,
+                                  const float* __restrict work_a, const float* __restrict work_b,
+                                  float* __restrict lsq, const float* __restrict tri_flag,
+                                  float* __restrict freq) {
+  float* __restrict freq_a = freq;
+  float* __restrict freq_b = freq + n;
   for (int e = 0; e < n; ++e) {
     const float x1 = coords[at(n, 4, e, 0, 0)], y1 = coords[at(n, 4, e, 0, 1)];
     const float x2 = coords[at(n, 4, e, 1, 0)], y2 = coords[at(n, 4, e, 1, 1)];
