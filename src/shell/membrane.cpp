@@ -58,8 +58,8 @@ void full_membrane(int n, int* __restrict elem_status, int point_index,
     const float q3 = -(b2 * j11 + a3 * j21);
     const float q4 = a3 * j21 - b1 * j11;
     // A stored triangle merges the gradients of nodes 1 and 4.
-    const float w = p1 * p1 + p2 * p2 + p3 * p3 + p4 * p4 + q1 * q1 + q2 * q2 + q3 * q3 +
-                    q4 * q4 + 2.0f * tri_flag[e] * (p1 * p4 + q1 * q4) + g;
+    const float w = p1 * p1 + p2 * p2 + p3 * p3 + p4 * p4 + q1 * q1 + q2 * q2 + q3 * q3 + q4 * q4 +
+                    2.0f * tri_flag[e] * (p1 * p4 + q1 * q4) + g;
     lsq[e] = padded / w;
 
     element_mass[e] = thickness[e] * padded * density[e];

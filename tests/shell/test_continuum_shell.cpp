@@ -56,8 +56,7 @@ Out continuum_shell(const std::vector<Stack>& stacks, const std::vector<float>& 
   sti_ope_m3dq4rot(&n, coords_g.data(), o.local_g.data(), frame.data());
   sti_ope_m3dq4rot(&n, coords_d.data(), local_d.data(), frame.data());
   sti_ope_sc3dgeom(&n, o.status.data(), tri.data(), o.local_g.data(), coords_d.data(),
-                   local_d.data(), o.mass.data(), thickness.data(), density.data(),
-                   o.lsq.data());
+                   local_d.data(), o.mass.data(), thickness.data(), density.data(), o.lsq.data());
   return o;
 }
 
@@ -80,8 +79,7 @@ TEST(ContinuumShell, StacksAndTheirStatuses) {
       {"half-thickness 7e-4", stack(kUnitSquare, uniform({0, 0, 7e-4f})), 1.0f, 2},
       // One corner of zero height: h = 0 however thick the others are.
       {"pinched corner",
-       stack(kUnitSquare, {P3{0, 0, 0.5f}, P3{0, 0, 0}, P3{0, 0, 0.5f}, P3{0, 0, 0.5f}}), 1.0f,
-       2},
+       stack(kUnitSquare, {P3{0, 0, 0.5f}, P3{0, 0, 0}, P3{0, 0, 0.5f}, P3{0, 0, 0.5f}}), 1.0f, 2},
       // Thinness is measured on the whole vector in three dimensions, not on its
       // normal part: a strongly leaning stack of small height passes.
       {"leaning stack", stack(kUnitSquare, uniform({0.5f, 0, 1e-4f})), 1.0f, 0},
@@ -96,8 +94,8 @@ TEST(ContinuumShell, StacksAndTheirStatuses) {
        1.0f, 2},
       // Upper corners (0,0), (1,0), (3,0), (3,0): the upper face is seen edge-on.
       {"upper face edge-on",
-       stack(kUnitSquare, {P3{0, 0, 0.5f}, P3{0, 0, 0.5f}, P3{2, -1, 0.5f}, P3{3, -1, 0.5f}}),
-       1.0f, 2},
+       stack(kUnitSquare, {P3{0, 0, 0.5f}, P3{0, 0, 0.5f}, P3{2, -1, 0.5f}, P3{3, -1, 0.5f}}), 1.0f,
+       2},
       {"negative thickness, good stack", stack(kUnitSquare, uniform({0, 0, 0.5f})), -1.0f, 3},
       {"negative thickness, thin stack", stack(kUnitSquare, uniform({0, 0, 1e-4f})), -1.0f, 2},
       {"zero thickness, folded stack",
@@ -105,8 +103,7 @@ TEST(ContinuumShell, StacksAndTheirStatuses) {
        0.0f, 2},
       // Collapsed mid-surface: zero frame, zero area, and both face sums zero.
       {"collapsed mid-surface",
-       stack({P3{0, 0, 0}, P3{1, 1, 1}, P3{2, 2, 2}, P3{3, 3, 3}}, uniform({0, 0, 0.5f})), 1.0f,
-       2},
+       stack({P3{0, 0, 0}, P3{1, 1, 1}, P3{2, 2, 2}, P3{3, 3, 3}}, uniform({0, 0, 0.5f})), 1.0f, 2},
       {"collapsed mid-surface, negative thickness",
        stack({P3{0, 0, 0}, P3{1, 1, 1}, P3{2, 2, 2}, P3{3, 3, 3}}, uniform({0, 0, 0.5f})), -1.0f,
        2},
@@ -118,8 +115,8 @@ TEST(ContinuumShell, StacksAndTheirStatuses) {
     thickness.push_back(r.thickness);
   }
   const size_t n = stacks.size();
-  const auto o = continuum_shell(stacks, std::vector<float>(n, 0.0f), thickness,
-                                 std::vector<float>(n, 1.0f));
+  const auto o =
+      continuum_shell(stacks, std::vector<float>(n, 0.0f), thickness, std::vector<float>(n, 1.0f));
   for (size_t e = 0; e < n; ++e) EXPECT_EQ(o.status[e], rows[e].status) << rows[e].what;
   EXPECT_EQ(o.lsq[0], 0.5f);
   EXPECT_EQ(o.mass[0], 1.0f);
@@ -191,8 +188,9 @@ TEST(ContinuumShell, TriangleFactorIsTwoThirds) {
   // Right triangle of legs 1 as nodes 1, 2, 3, 1: A = 0.5 and W = 0.5 (the
   // cross term vanishes here), so the factor alone moves lsq from 1/2 to 2/3.
   const Quad tri = {P3{0, 0, 0}, P3{1, 0, 0}, P3{0, 1, 0}, P3{0, 0, 0}};
-  const auto o = continuum_shell({stack(tri, uniform({0, 0, 0.5f})), stack(tri, uniform({0, 0, 0.5f}))},
-                                 {1.0f, 0.0f}, {1.0f, 1.0f}, {1.0f, 1.0f});
+  const auto o =
+      continuum_shell({stack(tri, uniform({0, 0, 0.5f})), stack(tri, uniform({0, 0, 0.5f}))},
+                      {1.0f, 0.0f}, {1.0f, 1.0f}, {1.0f, 1.0f});
   EXPECT_EQ(o.status, (std::vector<int>{0, 0}));
   EXPECT_EQ(o.mass[0], 0.5f);
   EXPECT_EQ(bits(o.lsq[0]), bits(std::bit_cast<float>(0x3F2AAAABu)));  // 2/3

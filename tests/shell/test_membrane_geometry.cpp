@@ -88,9 +88,8 @@ TEST(FullMembrane, StoredTriangleMergesNodesOneAndFour) {
 TEST(FullMembrane, FailuresAndTheirOrder) {
   const auto rule = gauss_rule();
   const Quad line = {P3{0, 0, 0}, P3{1, 1, 1}, P3{2, 2, 2}, P3{3, 3, 3}};
-  const auto o = membrane_point({line, kUnitSquare, line, kUnitSquare}, 2,
-                                {0.0f, 0.0f, 0.0f, 0.0f}, {1.0f, 0.0f, -1.0f, 1.0f},
-                                {1.0f, 1.0f, 1.0f, 1.0f}, rule);
+  const auto o = membrane_point({line, kUnitSquare, line, kUnitSquare}, 2, {0.0f, 0.0f, 0.0f, 0.0f},
+                                {1.0f, 0.0f, -1.0f, 1.0f}, {1.0f, 1.0f, 1.0f, 1.0f}, rule);
   // Collinear nodes: J = 0, status 2, padded Jacobian 1 and reciprocal 0.
   EXPECT_EQ(o.status[0], 2);
   EXPECT_EQ(o.work_a[0], 1.0f);

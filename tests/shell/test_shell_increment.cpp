@@ -4,6 +4,7 @@
 // their own elements.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 #include <string>
@@ -81,9 +82,8 @@ struct Family {
   int nodes;
 };
 const Family kSurfaceFamilies[] = {
-    {"M3D3", 3}, {"M3D4", 4}, {"M3D4R", 4}, {"S3", 3},   {"S3R", 3},   {"S3T", 3},
-    {"S3RT", 3}, {"S3RS", 3}, {"S4", 4},    {"S4R", 4},  {"S4RT", 4},  {"S4RS", 4},
-    {"S4RSW", 4},
+    {"M3D3", 3}, {"M3D4", 4}, {"M3D4R", 4}, {"S3", 3},   {"S3R", 3},  {"S3T", 3},   {"S3RT", 3},
+    {"S3RS", 3}, {"S4", 4},   {"S4R", 4},   {"S4RT", 4}, {"S4RS", 4}, {"S4RSW", 4},
 };
 
 Mesh sample_mesh(const std::string& name, int nodes, int count, unsigned seed) {
@@ -116,9 +116,9 @@ TEST(ShellIncrement, FlatShellIsThePlaneStressElement) {
     const char* plane;
     int nodes;
   };
-  const Row rows[] = {{"S4R", "CPS4R", 4}, {"S4", "CPS4R", 4},  {"S4RT", "CPS4R", 4},
+  const Row rows[] = {{"S4R", "CPS4R", 4},   {"S4", "CPS4R", 4},  {"S4RT", "CPS4R", 4},
                       {"M3D4R", "CPS4R", 4}, {"M3D3", "CPS3", 3}, {"S3", "CPS3", 3},
-                      {"S3R", "CPS3", 3},   {"S3T", "CPS3", 3},  {"S3RT", "CPS3", 3},
+                      {"S3R", "CPS3", 3},    {"S3T", "CPS3", 3},  {"S3RT", "CPS3", 3},
                       {"S3RS", "CPS3", 3}};
   for (const Row& row : rows) {
     for (float z0 : {0.0f, 4.0f}) {
@@ -137,6 +137,52 @@ TEST(ShellIncrement, FlatShellIsThePlaneStressElement) {
     EXPECT_EQ(bits(run(shell_call(row.shell, square)).dt[0]),
               bits(run(shell_call(row.plane, square)).dt[0]))
         << row.shell;
+  }
+}
+
+TEST(ShellIncrement, WorkedElements) {
+  // E = 200, nu = 0.3, unit density and thickness, no damping: the plane-stress
+  // modulus is E / (1 - nu^2) and dt = sqrt(l * m / P), with l the larger of
+  // the length term and the inverse of the frequency bound (1 + sqrt(1 - 4 b
+  // (1 - nu^2))) a. Worked in double from the shapes; the library rounds each
+  // step in single precision, hence the relative tolerance.
+  const double nu = 0.3, modulus = 200.0 / (1.0 - nu * nu);
+  auto bound = [&](double a, double b) {
+    return 1.0 / ((1.0 + std::sqrt(1.0 - 4.0 * b * (1.0 - nu * nu))) * a);
+  };
+  const std::vector<P3> square = {P3{0, 0, 0}, P3{1, 0, 0}, P3{1, 1, 0}, P3{0, 1, 0}};
+  const std::vector<P3> triangle = {P3{0, 0, 0}, P3{1, 0, 0}, P3{0, 1, 0}};
+  const std::vector<P3> cube = {P3{0, 0, -0.5f}, P3{1, 0, -0.5f}, P3{1, 1, -0.5f}, P3{0, 1, -0.5f},
+                                P3{0, 0, 0.5f},  P3{1, 0, 0.5f},  P3{1, 1, 0.5f},  P3{0, 1, 0.5f}};
+  const std::vector<P3> wedge = {P3{0, 0, -0.5f}, P3{1, 0, -0.5f}, P3{0, 1, -0.5f},
+                                 P3{0, 0, 0.5f},  P3{1, 0, 0.5f},  P3{0, 1, 0.5f}};
+  struct Row {
+    const char* name;
+    std::vector<P3> nodes;
+    double l, m;
+  };
+  const Row rows[] = {
+      // Each Gauss point of the unit square: J = 0.25 is the mass, lsq = 1.5, and the
+      // full-integration bound 2 * 1.0416666 * J over a minimum height of 1.
+      {"M3D4", square, std::max(1.5, bound(0.25 * 1.0416666, 0.0)), 0.25},
+      // The small-strain shells: lsq = 1 / max(2 Bq, Lq) = 1/2, factor 0.25773194 on S = 4.
+      {"S4RS", square, std::max(0.5, bound(0.25773194 * 4.0, 0.25)), 1.0},
+      {"S4RSW", square, std::max(0.5, bound(0.25773194 * 4.0, 0.25)), 1.0},
+      // Triangle: lsq = 2/3, a = 0.09664948 * S / A with S = 4, b = 3/16.
+      {"M3D3", triangle, std::max(2.0 / 3.0, bound(0.09664948 * 4.0 / 0.5, 3.0 / 16.0)), 0.5},
+      // No frequency bound: the length term alone.
+      {"SC8R", cube, 0.5, 1.0},
+      {"SC6R", wedge, 2.0 / 3.0, 0.5},
+      {"SAX1", {P3{1, 0, 0}, P3{1, 1, 0}}, 0.8, 1.0},
+  };
+  for (const Row& row : rows) {
+    Call c;
+    c.name = row.name;
+    c.mesh = sti_test::single_element(row.nodes);
+    const auto out = run(c);
+    ASSERT_EQ(out.code, 0) << row.name;
+    const double expected = std::sqrt(row.l * row.m / modulus);
+    EXPECT_NEAR(out.dt[0], expected, 2e-6 * expected) << row.name;
   }
 }
 
@@ -186,7 +232,8 @@ TEST(ShellIncrement, UnchangedByRigidMotion) {
   const auto base = run(shell_call("SAX1", sax));
   const auto shifted =
       run(shell_call("SAX1", sti_test::moved(sax, sti_test::rotation_about_z(0), {0, 8.0f, 0})));
-  for (size_t e = 0; e < base.dt.size(); ++e) EXPECT_LE(ulp_distance(shifted.dt[e], base.dt[e]), 32);
+  for (size_t e = 0; e < base.dt.size(); ++e)
+    EXPECT_LE(ulp_distance(shifted.dt[e], base.dt[e]), 32);
 }
 
 TEST(ShellIncrement, DoublesWithLengths) {
@@ -230,9 +277,9 @@ TEST(ShellIncrement, FailuresStayWithTheirElements) {
   const Mesh line4 = sti_test::single_element({P3{0, 0, 0}, P3{1, 1, 1}, P3{2, 2, 2}, P3{3, 3, 3}});
   const Mesh line3 = sti_test::single_element({P3{0, 0, 0}, P3{1, 1, 1}, P3{2, 2, 2}});
   const Mesh thin = stacks(8, 1, {0, 0, 1e-5f}, 1);
-  const Mesh folded = sti_test::single_element({P3{0, 0, 0}, P3{1, 0, 0}, P3{1, 1, 0}, P3{0, 1, 0},
-                                                P3{0, 0, 1}, P3{1, 0, 1}, P3{-0.2f, -0.2f, 1},
-                                                P3{0, 1, 1}});
+  const Mesh folded =
+      sti_test::single_element({P3{0, 0, 0}, P3{1, 0, 0}, P3{1, 1, 0}, P3{0, 1, 0}, P3{0, 0, 1},
+                                P3{1, 0, 1}, P3{-0.2f, -0.2f, 1}, P3{0, 1, 1}});
   const Mesh on_axis = sti_test::single_element({P3{0, 0, 0}, P3{0, 1, 0}});
   const Row rows[] = {
       // One-point types write straight to the output, so it keeps the largest float.

@@ -138,7 +138,8 @@ TEST(SurfaceFrame, WarpedElementHasFramePerPoint) {
   const Quad warped = {P3{0, 0, 0}, P3{1, 0, 0.3f}, P3{1, 1, 0}, P3{0, 1, 0.3f}};
   const auto rule = gauss_rule();
   std::vector<P3> normals;
-  for (int p = 1; p <= 4; ++p) normals.push_back(axis(surface_local({warped}, p, 4, rule).frame, 1, 0, 2));
+  for (int p = 1; p <= 4; ++p)
+    normals.push_back(axis(surface_local({warped}, p, 4, rule).frame, 1, 0, 2));
   for (int i = 0; i < 4; ++i)
     for (int j = i + 1; j < 4; ++j) EXPECT_NE(normals[i], normals[j]) << i << " " << j;
   // The centre normal of the one-point form is the Z axis by symmetry.
