@@ -137,11 +137,15 @@ def _read(path):
     import meshio
     if not os.path.isfile(path):
         raise UsageError(f"cannot read {path}: no such file")
+    chatter = io.StringIO()
     try:
-        with contextlib.redirect_stdout(io.StringIO()):  # the readers chat on stdout
+        # The readers chat on stdout and stderr, and some exit on a bad file.
+        with contextlib.redirect_stdout(chatter), contextlib.redirect_stderr(chatter):
             return meshio.read(path)
-    except Exception as err:  # meshio raises many kinds for unreadable files
-        raise UsageError(f"cannot read {path}: {str(err).splitlines()[0] if str(err) else type(err).__name__}") from None
+    except (Exception, SystemExit) as err:
+        text = " ".join(str(err).split()) if str(err) and not isinstance(err, SystemExit) \
+            else " ".join(chatter.getvalue().split()) or type(err).__name__
+        raise UsageError(f"cannot read {path}: {text}") from None
 
 
 class _Progress:

@@ -28,7 +28,7 @@ class Material:
 
 
 def _floats(name, values, count=None):
-    values = [float(v) for v in values]
+    values = [float(v) for v in np.atleast_1d(np.asarray(values, dtype=np.float64))]
     if count is not None and len(values) != count:
         raise ValueError(f"{name} needs {count} values, got {len(values)}")
     return values
