@@ -387,6 +387,7 @@ def plot_histogram(path, report, arrays):
     import matplotlib
     matplotlib.use("Agg")
     import matplotlib.pyplot as plt
+    from matplotlib import ticker
     values = np.concatenate([r.dt[r.code == 0] for r in arrays["stable_time"].values()])
     fig, ax = plt.subplots(figsize=(7, 4))
     if len(values):
@@ -394,6 +395,9 @@ def plot_histogram(path, report, arrays):
         bins = np.geomspace(lo, hi * 1.0001 if hi > lo else lo * 1.1, 50)
         ax.hist(values, bins=bins, color="#4a7ab5")
         ax.set_xscale("log")
+        ax.xaxis.set_major_locator(ticker.LogLocator(subs=(1.0, 2.0, 5.0)))
+        ax.xaxis.set_major_formatter(ticker.FormatStrFormatter("%.3g"))
+        ax.xaxis.set_minor_formatter(ticker.NullFormatter())
         ax.axvline(lo, color="#c0392b", label=f"minimum {lo:.4g}")
     ms = report.get("mass_scaling")
     if ms:
