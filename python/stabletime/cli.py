@@ -6,6 +6,7 @@ import json
 import math
 import os
 import sys
+import threading
 
 import numpy as np
 
@@ -154,10 +155,15 @@ class _Progress:
     def __init__(self, total):
         self.total, self.done = total, 0
         self.active = total >= 500_000 and sys.stderr.isatty()
+        self.lock = threading.Lock()
 
     def __call__(self, count):
         if not self.active:
             return
+        with self.lock:
+            self._advance(count)
+
+    def _advance(self, count):
         self.done += count
         filled = int(40 * self.done / self.total)
         sys.stderr.write(f"\r[{'#' * filled}{'.' * (40 - filled)}] {self.done}/{self.total}")

@@ -210,3 +210,38 @@ def test_module_entry_runs_without_traceback(tmp_path):
                           "--bogus"], capture_output=True, text=True, env=env)
     assert ok.returncode == 0 and "Model minimum" in ok.stdout
     assert bad.returncode == 2 and "Traceback" not in bad.stderr and "--bogus" in bad.stderr
+
+
+UNIT_HEX = np.array([[0, 0, 0], [1, 0, 0], [1, 1, 0], [0, 1, 0],
+                     [0, 0, 1], [1, 0, 1], [1, 1, 1], [0, 1, 1]], float) * [2, 3, 4]
+MEASURES = [  # cell type, element, nodes, thickness, section area, volume
+    ("hexahedron", "C3D8R", UNIT_HEX, None, None, 24.0),
+    ("hexahedron", "C3D8R", UNIT_HEX[[4, 5, 6, 7, 0, 1, 2, 3]], None, None, 24.0),
+    ("tetra", "C3D4", UNIT_HEX[[0, 1, 3, 4]], None, None, 4.0),
+    ("wedge", "C3D6", UNIT_HEX[[0, 1, 3, 4, 5, 7]], None, None, 12.0),
+    ("quad", "S4R", UNIT_HEX[[0, 1, 5, 4]], 0.5, None, 4.0),
+    ("triangle", "CPS3", UNIT_HEX[[0, 1, 2]], 2.0, None, 6.0),
+    ("triangle", "CAX3", UNIT_HEX[[0, 1, 2]] + [1, 0, 0], None, None, 3.0 * (1 + 4.0 / 3)),
+    ("line", "T3D2", UNIT_HEX[[0, 6]], None, 2.0, 2.0 * np.sqrt(29.0)),
+]
+
+
+@pytest.mark.parametrize("cell_type,element,nodes,thickness,area,volume", MEASURES)
+def test_element_measures(cell_type, element, nodes, thickness, area, volume):
+    from stabletime import meshes
+    got = meshes.measure(nodes, np.arange(len(nodes))[None], cell_type, element, thickness, area)
+    assert got == pytest.approx([volume])
+
+
+def test_progress_bar_only_on_a_terminal(monkeypatch, capsys):
+    from stabletime.cli import _Progress
+    monkeypatch.setattr(sys.stderr, "isatty", lambda: False, raising=False)
+    quiet = _Progress(10**6)
+    quiet(10**6)
+    monkeypatch.setattr(sys.stderr, "isatty", lambda: True, raising=False)
+    bar = _Progress(10**6)
+    bar(5 * 10**5)
+    bar(5 * 10**5)
+    err = capsys.readouterr().err
+    assert err.count("\r") == 2 and err.endswith(f"] {10**6}/{10**6}\n")
+    assert "#" * 20 + "." * 20 in err
