@@ -427,6 +427,8 @@ def main(argv=None):
         args = build_parser().parse_args(argv)
         if args.threads is not None and args.threads < 1:
             raise UsageError("--threads must be at least 1")
+        if args.top is not None and args.top < 0:
+            raise UsageError("--top must not be negative")
         report, mesh, arrays = analyse(args)
         if args.output:
             write_vtu(args.output, mesh, arrays, args.factors)

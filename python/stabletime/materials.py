@@ -280,12 +280,18 @@ def resolve(material, acoustic=False):
     zero-padded. Raises TypeError/ValueError for anything the library must
     not see."""
     if isinstance(material, Material):
-        code, props = material.as_code_and_props()
+        try:
+            code, props = material.as_code_and_props()
+        except (TypeError, ValueError) as err:
+            raise type(err)(f"material {type(material).__name__}: {err}") from None
     elif isinstance(material, tuple) and len(material) == 2:
         code, props = material
         if isinstance(code, bool) or not isinstance(code, (int, np.integer)):
             raise TypeError(f"material code must be an int, got {code!r}")
-        props = np.asarray(props, dtype=np.float64)
+        try:
+            props = np.asarray(props, dtype=np.float64)
+        except (TypeError, ValueError) as err:
+            raise TypeError(f"material props must be numbers: {err}") from None
     else:
         raise TypeError("material must be a stabletime material object or a (code, props) "
                         f"pair, not {type(material).__name__}")

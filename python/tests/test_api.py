@@ -167,6 +167,8 @@ BAD_INPUTS = [
     ({"material": (107, [3.0, 1.0, 1.0])}, ValueError, "needs 8 properties"),
     ({"material": (109, [np.nan])}, ValueError, "finite"),
     ({"material": "steel"}, TypeError, "material must be"),
+    ({"material": st.Elastic("hard", 0.3)}, ValueError, "material Elastic"),
+    ({"material": (100, ["a", "b"])}, TypeError, "material props"),
     ({"material": st.AcousticFluid(1.0)}, TypeError, "acoustic"),
     ({"material": st.Ogden([1.0], [2.0, 3.0])}, ValueError, "needs 1 values"),
     ({"material": st.AnisotropicStiffness(np.arange(20))}, ValueError, "21 entries"),

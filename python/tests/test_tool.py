@@ -195,6 +195,7 @@ BAD_USAGE = [
     (["{truss}", "--material", "rubber:mu=1", "--density", "1"], "unknown material type"),
     (["{truss}", "--material", "ogden:mu=1/2,alpha=3", "--density", "1"], "needs 2 values"),
     (["{truss}", *STEEL, "--density", "x"], "invalid float"),
+    (["{truss}", *STEEL, "--section-area", "1", "--top", "-3"], "--top"),
     (["{truss}", *STEEL, "--config", "{toml}"], "config"),
 ]
 
