@@ -191,7 +191,8 @@ def analyse(args):
     for i, block in enumerate(mesh.cells):
         offsets.append(offset)
         offset += len(block.data)
-        chosen = elements.get(names[i], elements.get(block.type))
+        chosen = per_block.get(names[i], {}).get("element") or elements.get(
+            names[i], elements.get(block.type))
         wanted = chosen is not None or args.all_blocks or (
             named and in_set[i]) or (
             not named and meshes.DIMENSION.get(block.type, -1) == top_dim)

@@ -102,6 +102,8 @@ def load_toml(path):
     blocks = data.pop("blocks", {})
     elements = data.pop("elements", {})
     target = data.pop("target_dt", None)
+    if "element" in data:
+        raise UsageError(f"config {path}: give element names in an [elements] table or per block")
     defaults = _check_block(data, f"config {path}")
     per_block = {name: _check_block(table, f"config {path} [blocks.{name}]")
                  for name, table in blocks.items()}

@@ -224,6 +224,10 @@ def test_config_file_sets_blocks(run_tool, tmp_path):
     assert from_file == from_line
     plain = _report(run_tool, MESHES / "truss.msh", *STEEL, "--section-area", "400")
     assert from_file["minimum"] != plain["minimum"]
+    renamed = _report(run_tool, MESHES / "truss.msh", "--config", toml, "--set",
+                      "chords.element=T2D2")
+    assert [(row["element"], row["count"]) for row in renamed["types"]] == [
+        ("T2D2", 32), ("T3D2", 64)]
 
 
 def test_module_entry_runs_without_traceback(tmp_path):
