@@ -8,7 +8,7 @@ from dataclasses import dataclass
 import numpy as np
 
 from . import _library
-from .catalogue import NODE_COUNT, check_name, family
+from .catalogue import NODE_COUNT, check_name, family, is_two_dimensional
 from .codes import group_failures
 from .materials import resolve
 
@@ -119,7 +119,8 @@ def compute(element_type, nodes, connectivity, material, density, thickness=None
     conn = _connectivity(connectivity, name, len(node_array))
     count = conn.shape[0]
     fam = family(name)
-    code, props = resolve(material, acoustic=(fam == "acoustic"))
+    code, props = resolve(material, acoustic=(fam == "acoustic"),
+                          planar=is_two_dimensional(name))
     rho = _per_element("density", density, count)
     thick = _per_element("thickness", thickness, count, optional=True)
     for label, value in (("bulk_scale", bulk_scale), ("alpha", alpha), ("beta", beta)):

@@ -275,9 +275,9 @@ def _hyperelastic_length(code, props):
     return 3 * n + 1 if n >= 1 else 1
 
 
-def resolve(material, acoustic=False):
+def resolve(material, acoustic=False, planar=False):
     """(code, props) of a material as handed to the library: props is float32,
-    zero-padded. Raises TypeError/ValueError for anything the library must
+    zero-padded. planar selects the two-dimensional layouts of codes 125/126. Raises TypeError/ValueError for anything the library must
     not see."""
     if isinstance(material, Material):
         try:
@@ -310,8 +310,10 @@ def resolve(material, acoustic=False):
         needed = _hyperelastic_length(code, props)
     else:
         needed = _FIXED_LENGTH[code]
-    if code in (125, 126) and len(props) in (2, 3):
-        needed = len(props)  # two-dimensional layouts
+    if isinstance(material, SymmetricModulus2D) and not planar:
+        raise TypeError("material SymmetricModulus2D only applies to planar element types")
+    if code in (125, 126) and planar:
+        needed = 2 if code == 125 else 3  # two-dimensional layouts
     if len(props) < needed:
         raise ValueError(f"material code {code} needs {needed} properties, got {len(props)}")
     padded = np.zeros(max(_PADDED_LENGTH, len(props)), dtype=np.float32)

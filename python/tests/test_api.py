@@ -79,7 +79,6 @@ MATERIALS = [
     (st.FiveConstant(3.0, 0.4), 119, [0, 3.0, 0, 0, 0, 0.4]),
     (st.DiagonalModulus(1, 2, 3), 125, [1, 2, 3]),
     (st.SymmetricModulus(1, 2, 3, 4, 5, 6), 126, [1, 2, 3, 4, 5, 6]),
-    (st.SymmetricModulus2D(1, 2, 4), 126, [1, 2, 4]),
     (st.Raw(100, [5.0, 0.1]), 100, [5.0, 0.1]),
     ((9001, list(range(9))), 9001, list(range(9))),
 ]
@@ -87,11 +86,20 @@ MATERIALS = [
 
 @pytest.mark.parametrize("material,code,props", MATERIALS)
 def test_material_code_and_layout(material, code, props):
-    got_code, got_props = st.materials.resolve(material)
+    got_code, got_props = st.materials.resolve(material, planar=code in (125, 126))
     assert got_code == code
     assert got_props.dtype == np.float32
     assert np.array_equal(got_props[:len(props)], np.float32(props))
     assert not got_props[len(props):].any()
+
+
+def test_planar_modulus_tensor_layout(direct):
+    xyz, conn = _mesh(QUAD, 130)
+    got = st.compute("CPS4R", xyz, conn, st.SymmetricModulus2D(3e5, 1e5, 2e4), 7.85e-9)
+    dt, codes, _ = direct("CPS4R", xyz, conn, 126, np.float32([3e5, 1e5, 2e4, 0, 0, 0]),
+                          np.full(len(conn), 7.85e-9), None, 1.0, None, None)
+    assert got.dt.tobytes() == dt.tobytes() and np.array_equal(got.code, codes)
+    assert not got.code.any()
 
 
 def test_threaded_equals_single_threaded():
@@ -172,6 +180,8 @@ BAD_INPUTS = [
     ({"material": st.AcousticFluid(1.0)}, TypeError, "acoustic"),
     ({"material": st.Ogden([1.0], [2.0, 3.0])}, ValueError, "needs 1 values"),
     ({"material": st.AnisotropicStiffness(np.arange(20))}, ValueError, "21 entries"),
+    ({"material": st.SymmetricModulus2D(1, 2, 3)}, TypeError, "planar element types"),
+    ({"material": (126, [1.0, 2.0, 3.0])}, ValueError, "needs 6 properties"),
 ]
 
 
@@ -198,3 +208,13 @@ def test_chunks_start_on_batch_boundaries(monkeypatch):
     sizes = [args[2] for args in recorder.calls]
     assert len(starts) > 1 and sum(sizes) == count
     assert all(start % core.BATCH == 0 for start in starts)
+
+
+@pytest.mark.parametrize("material,code,props", MATERIALS)
+def test_material_objects_match_hand_laid_properties(direct, material, code, props):
+    xyz, conn = _mesh(HEX, 130)
+    got = st.compute("C3D8R", xyz, conn, material, 7.85e-9)
+    dt, codes, result = direct("C3D8R", xyz, conn, code, np.pad(np.float32(props), (0, 8)),
+                               np.full(len(conn), 7.85e-9), None, 1.0, None, None)
+    assert got.dt.tobytes() == dt.tobytes()
+    assert np.array_equal(got.code, codes) and got.call_code == result
