@@ -11,7 +11,10 @@ in the repository). Units: millimetres.
 import sys
 from pathlib import Path
 
-import gmsh
+try:
+    import gmsh
+except ImportError:  # the constants below stay importable without it
+    gmsh = None
 
 HERE = Path(__file__).resolve().parent
 # The node of block.msh moved on purpose, and where it goes.
@@ -93,6 +96,8 @@ def truss():
 
 
 def main():
+    if gmsh is None:
+        sys.exit("make_meshes.py needs Gmsh's Python module (Debian: python3-gmsh)")
     gmsh.initialize(["-noenv"])
     gmsh.option.setNumber("General.Terminal", 0)
     gmsh.option.setNumber("Mesh.MshFileVersion", 4.1)

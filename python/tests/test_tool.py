@@ -107,7 +107,10 @@ def test_added_mass_of_two_elements(run_tool, tmp_path):
                                                    rel=1e-5)
 
 
-gmsh = pytest.importorskip("gmsh")
+try:
+    import gmsh
+except ImportError:  # only the round-trip tests need it
+    gmsh = None
 
 
 def _gmsh_frame():
@@ -135,6 +138,7 @@ GMSH_CASES = [  # builder, second format, element of the analysed cells, options
 
 
 @pytest.mark.parametrize("build,second,element,options", GMSH_CASES, ids=["frame", "plate"])
+@pytest.mark.skipif(gmsh is None, reason="python3-gmsh not installed")
 def test_gmsh_mesh_gives_the_same_report_in_two_formats(run_tool, tmp_path, build, second,
                                                         element, options):
     gmsh.initialize(["-noenv"])
