@@ -212,7 +212,8 @@ def analyse(args):
         settings.update(per_block.get(names[i], {}))
         for key in ("material", "density"):
             if key not in settings:
-                raise UsageError(f"no {key} for block {names[i]}: give --{key if key != 'material' else 'E/--nu'} "
+                option = "--E/--nu or --material" if key == "material" else "--density"
+                raise UsageError(f"no {key} for block {names[i]}: give {option} "
                                  "or set it in a config file")
         fam = catalogue.family(chosen)
         if fam in ("truss", "beam") and "section_area" not in settings:
@@ -430,7 +431,11 @@ def main(argv=None):
             raise UsageError("--threads must be at least 1")
         if args.top is not None and args.top < 0:
             raise UsageError("--top must not be negative")
+        if args.factors and not args.output:
+            raise UsageError("--factors needs --output")
         report, mesh, arrays = analyse(args)
+        if args.factors and "mass_scaling" not in report:
+            raise UsageError("--factors needs a target dt (--target-dt or target_dt)")
         if args.output:
             write_vtu(args.output, mesh, arrays, args.factors)
         if args.plot:

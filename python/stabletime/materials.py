@@ -116,7 +116,8 @@ class AnisotropicStiffness(Material):
             return [d[i, j] for j in range(6) for i in range(j + 1)]
         if d.shape == (21,):
             return list(d)
-        raise ValueError(f"AnisotropicStiffness: D must have 21 entries or be 6x6, got shape {d.shape}")
+        raise ValueError("AnisotropicStiffness: D must have 21 entries or be 6x6, "
+                         f"got shape {d.shape}")
 
 
 def _term_count(name, values, allow_empty=False):
@@ -264,7 +265,8 @@ def _hyperelastic_length(code, props):
     """Entries read by the forms with a term count; raises on a bad count."""
     n_value = props[0] if len(props) else math.nan
     if not math.isfinite(n_value):
-        raise ValueError(f"material code {code}: term count (entry 0) must be finite, got {n_value}")
+        raise ValueError(f"material code {code}: term count (entry 0) must be finite, "
+                         f"got {n_value}")
     n = int(n_value)  # truncation, as the library does
     if n < 0:
         raise ValueError(f"material code {code}: negative term count {n} in entry 0")
@@ -277,8 +279,8 @@ def _hyperelastic_length(code, props):
 
 def resolve(material, acoustic=False, planar=False):
     """(code, props) of a material as handed to the library: props is float32,
-    zero-padded. planar selects the two-dimensional layouts of codes 125/126. Raises TypeError/ValueError for anything the library must
-    not see."""
+    zero-padded. planar selects the two-dimensional layouts of codes 125/126.
+    Raises TypeError/ValueError for anything the library must not see."""
     if isinstance(material, Material):
         try:
             code, props = material.as_code_and_props()

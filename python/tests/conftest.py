@@ -12,7 +12,8 @@ MESHES = ROOT / "examples" / "meshes"
 
 
 def library_path():
-    path = os.environ.get("STABLETIME_LIBRARY") or str(ROOT / "build" / "DRNQVLStiWBX_StableTime.so")
+    path = os.environ.get("STABLETIME_LIBRARY") or str(
+        ROOT / "build" / "DRNQVLStiWBX_StableTime.so")
     if not Path(path).is_file():
         pytest.skip(f"library not built: {path}")
     return path

@@ -70,7 +70,7 @@ MATERIALS = [
     (st.Lamina(1, 2, 0.3, 4, 5, 6), 102, [1, 2, 0.3, 4, 5, 6]),
     (st.EngineeringConstants(*range(1, 10)), 9001, list(range(1, 10))),
     (st.AnisotropicStiffness(np.arange(1, 22)), 103, list(range(1, 22))),
-    (st.AnisotropicStiffness(np.diag([1, 2, 3, 4, 5, 6]) + np.eye(6, k=1) * 9 + np.eye(6, k=-1) * 9),
+    (st.AnisotropicStiffness(np.diag([1, 2, 3, 4, 5, 6]) + 9 * (np.eye(6, k=1) + np.eye(6, k=-1))),
      103, [1, 9, 2, 0, 9, 3, 0, 0, 9, 4, 0, 0, 0, 9, 5, 0, 0, 0, 0, 9, 6]),
     (st.Polynomial([1.5, 0.5, 7, 8], 0.01), 105, [2, 1.5, 0.5, 7, 8, 0.01]),
     (st.Ogden([1, 2], [3, 4], 0.5), 107, [2, 1, 3, 2, 4, 0.5]),

@@ -200,6 +200,9 @@ BAD_USAGE = [
     (["{truss}", "--material", "ogden:mu=1/2,alpha=3", "--density", "1"], "needs 2 values"),
     (["{truss}", *STEEL, "--density", "x"], "invalid float"),
     (["{truss}", *STEEL, "--section-area", "1", "--top", "-3"], "--top"),
+    (["{truss}", *STEEL, "--section-area", "1", "--factors"], "--factors needs --output"),
+    (["{truss}", *STEEL, "--section-area", "1", "--factors", "--output", "x.vtu"],
+     "--factors needs a target"),
     (["{truss}", *STEEL, "--config", "{toml}"], "config"),
 ]
 
