@@ -42,7 +42,7 @@ def family(name):
 def is_two_dimensional(name):
     """Whether the type lives in a plane (its modulus tensors have the 2D layout)."""
     return family(name) in ("plane", "axisymmetric") or name in (
-        "T2D2", "B21", "B22", "COH2D4", "COHAX4", "AC2D3", "AC2D4R", "ACAX3", "ACAX4R", "SAX1")
+        "T2D2", "B21", "B22", "COH2D4", "COHAX4", "AC2D3", "AC2D4R", "ACAX3", "ACAX4R")
 
 
 def check_name(element_type):
