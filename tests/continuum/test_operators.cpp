@@ -257,7 +257,7 @@ TEST(HexahedronFaceArea, WorkedValues) {
       {"box 2x1x1, blend", box(2, 1, 1), 406, 2.0f * blend / 4.0f, 8},
       {"box 1x1x0.1, upper plateau", box(1, 1, 0.1f), 406, 0.067f, 8},
       {"right tetrahedron", as_tetrahedron(kRightTet), 41, 56.5504f / 72.0f, 8},
-      {"right wedge", as_wedge(kRightWedge), 43, 0.24254f, 4000},
+      {"right wedge", as_wedge(kRightWedge), 43, 0.24254f, 400},
       {"collapsed", point, 406, 0.0f, 0},
   };
   std::vector<Hex> hexes;
