@@ -291,7 +291,7 @@ TEST(HexahedronFaceArea, AspectFiveStillBlends) {
   EXPECT_GT(c, 0.6699f);
 }
 
-TEST(HexahedronFaceArea, EmptyBatchTouchesNothing) {
+TEST(ContinuumOperators, EmptyBatchTouchesNothing) {
   const int n = 0, type = 406;
   float freq[2] = {-7.0f, -7.0f};
   const float dummy[24] = {};
@@ -299,7 +299,17 @@ TEST(HexahedronFaceArea, EmptyBatchTouchesNothing) {
   int status = -3;
   float out[4] = {-7, -7, -7, -7};
   sti_ope_c3dh8geom(&n, &status, dummy, out, out + 1, out + 2, dummy, out + 3);
+  const float dummy_quad[8] = {};
+  sti_ope_c2dq4geom(&n, &status, dummy, dummy_quad, out, out + 1, out + 2, dummy, dummy, out + 3);
+  sti_ope_caxq4geom(&n, &status, dummy, dummy_quad, out, dummy, out + 1);
+  for (int point = 1; point <= 4; ++point) {
+    const int two = 2, three = 3;
+    sti_ope_solidt6mgeom(&n, &point, &two, out, dummy);
+    sti_ope_c3d10mgeom(&n, &point, &three, out, dummy);
+    sti_ope_c3d10mfacearea(&n, &point, dummy, freq, dummy);
+  }
   EXPECT_EQ(bits(freq[0]), bits(-7.0f));
+  EXPECT_EQ(bits(freq[1]), bits(-7.0f));
   EXPECT_EQ(status, -3);
   for (float v : out) EXPECT_EQ(bits(v), bits(-7.0f));
 }
