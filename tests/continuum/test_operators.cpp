@@ -1,7 +1,7 @@
 // Continuum operators called directly on small batches: worked values of the
 // measure, mass and length term, the statuses of degenerate elements, the
-// largest-face estimates and the pieces of the modified elements. Results the
-// design fixes exactly are compared by bits, rational values by ulp distance.
+// largest-face estimates and the pieces of the modified elements. Results that
+// the arithmetic fixes exactly are compared by bits, rational values by ulp distance.
 #include <gtest/gtest.h>
 
 #include <array>
