@@ -27,12 +27,14 @@ void plane_quadrilateral(int n, int* elem_status, const float* tri_flag, const f
     const float a = x1 - x3, b = x2 - x4, c = y2 - y4, d = y3 - y1;
     const float area = max_of(0.5f * (a * c + b * d), 0.0f);  // a NaN clamps to 0
     const float p = area == 0.0f ? 1.0f : 0.0f;
-    elem_status[e] = area == 0.0f ? 2 : elem_status[e];
     const float padded = area + p;
     work_a[e] = padded;
     work_b[e] = (1.0f - p) / padded;
     // The thickness test comes after the area test and overwrites its status.
-    elem_status[e] = thickness[e] <= 0.0f ? 3 : elem_status[e];
+    int status = elem_status[e];
+    status = area == 0.0f ? 2 : status;
+    status = thickness[e] <= 0.0f ? 3 : status;
+    elem_status[e] = status;
     element_mass[e] = thickness[e] * padded * density[e];
 
     // Gradient of the area by x1, y1, x2, y2; nodes 3 and 4 carry the negatives.
