@@ -34,9 +34,15 @@ void frame_rows(int n, const float* __restrict coords, Tangents tangents, float*
     const Vec3 nrm = normalised<Guard::kStrict>(cross(a, b));
     Vec3 s, t;
     in_plane_axes<Guard::kStrict>(nrm, s, t);
-    sx[e] = s.x, sy[e] = s.y, sz[e] = s.z;
-    tx[e] = t.x, ty[e] = t.y, tz[e] = t.z;
-    nx[e] = nrm.x, ny[e] = nrm.y, nz[e] = nrm.z;
+    sx[e] = s.x;
+    sy[e] = s.y;
+    sz[e] = s.z;
+    tx[e] = t.x;
+    ty[e] = t.y;
+    tz[e] = t.z;
+    nx[e] = nrm.x;
+    ny[e] = nrm.y;
+    nz[e] = nrm.z;
   }
 }
 
