@@ -10,7 +10,7 @@ bash scripts/setup-windows.sh
 
 build=build-windows
 common=(-G Ninja -DCMAKE_BUILD_TYPE=Release -DSTI_BUILD_TESTS=OFF -DSTI_BUILD_BENCHMARKS=OFF
-        -DSTI_BUILD_EXAMPLES=OFF -DSTI_BUILD_WINDOWS_CHECK=ON)
+        -DSTI_BUILD_EXAMPLES=OFF -DSTI_BUILD_PYTHON=OFF -DSTI_BUILD_WINDOWS_CHECK=ON)
 
 echo "== cross build"
 cmake -S . -B "$build" "${common[@]}" -DCMAKE_TOOLCHAIN_FILE=cmake/toolchain-mingw-w64-x86_64.cmake

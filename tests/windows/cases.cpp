@@ -55,6 +55,8 @@ const std::vector<Point> kHex = {{0, 0, 0},  {10, 0, 0},  {10, 10, 0},  {0, 10, 
                                  {0, 0, 10}, {10, 0, 10}, {10, 10, 10}, {0, 10, 10}};
 const std::vector<Point> kThinHex = {{0, 0, 0}, {10, 0, 0}, {10, 10, 0}, {0, 10, 0},
                                      {0, 0, 1}, {10, 0, 1}, {10, 10, 1}, {0, 10, 1}};
+const std::vector<Point> kWedge = {{0, 0, 0},  {10, 0, 0},  {0, 10, 0},
+                                   {0, 0, 10}, {10, 0, 10}, {0, 10, 10}};
 const std::vector<Point> kTet = {{0, 0, 0}, {10, 0, 0}, {0, 10, 0}, {0, 0, 10}};
 // Corners, then the midpoints of 1-2, 2-3, 3-1, 1-4, 2-4, 3-4.
 const std::vector<Point> kTet10 = {{0, 0, 0}, {10, 0, 0}, {0, 10, 0}, {0, 0, 10}, {5, 0, 0},
@@ -112,6 +114,8 @@ std::vector<Case> cases() {
        .props = kTensorB, .shape = kHex, .copies = 2, .jitter = 0.15f},
       {.label = "hexahedra-tensor-c", .element = "C3D8R", .material_code = 126,
        .props = kTensorC, .shape = kHex, .copies = 2, .jitter = 0.15f},
+      {.label = "wedges", .element = "C3D6", .material_code = 100, .props = kSteel,
+       .shape = kWedge, .jitter = 0.15f, .turn = true},
       {.label = "tetrahedra", .element = "C3D4", .material_code = 100, .props = kSteel,
        .shape = kTet, .jitter = 0.2f, .turn = true},
       {.label = "tetrahedra-foam", .element = "C3D4", .material_code = 109, .props = kFoam,
