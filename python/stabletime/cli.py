@@ -292,7 +292,9 @@ def _mass_scaling(mesh, names, nodes, plan, results, target, factor_out, threads
         mass = volume * rho
         factor = np.ones(len(cells))
         low = (r.code == 0) & (r.dt < target)
-        factor[low] = (target / r.dt[low].astype(np.float64)) ** 2
+        # Factors are written as float32: check with exactly the values written.
+        as_written = lambda f: f.astype(np.float32).astype(np.float64)  # noqa: E731
+        factor[low] = as_written((target / r.dt[low].astype(np.float64)) ** 2)
         for _ in range(4):  # float32 rounding or damping can leave a few just short
             if not low.any():
                 break
@@ -307,19 +309,27 @@ def _mass_scaling(mesh, names, nodes, plan, results, target, factor_out, threads
             if not short.any():
                 break
             idx = np.flatnonzero(low)[short]
-            factor[idx] *= (target / check.dt[short].astype(np.float64)) ** 2 * (1 + 2**-20)
+            factor[idx] = as_written(
+                factor[idx] * (target / check.dt[short].astype(np.float64)) ** 2 * (1 + 2**-20))
         factor_out[i] = factor.astype(np.float32)
         entry = per_block.setdefault(names[i], {"block": names[i], "elements": 0, "scaled": 0,
-                                                "mass": 0.0, "added_mass": 0.0})
+                                                "masses": [], "added_masses": []})
         entry["elements"] += len(cells)
         entry["scaled"] += int(low.sum())
-        entry["mass"] += float(mass.sum())
-        entry["added_mass"] += float(((factor - 1.0) * mass).sum())
+        entry["masses"].append(mass)
+        entry["added_masses"].append((factor - 1.0) * mass)
         entry["max_factor"] = max(entry.get("max_factor", 1.0), float(factor.max()))
     rows = list(per_block.values())
+    # Exactly rounded sums, so that totals do not depend on the order of the blocks.
+    all_masses = [m for r in rows for m in r["masses"]]
+    all_added = [m for r in rows for m in r["added_masses"]]
+    for row in rows:
+        row["mass"] = math.fsum(np.concatenate(row.pop("masses")))
+        row["added_mass"] = math.fsum(np.concatenate(row.pop("added_masses")))
     total = {"block": "total", "elements": sum(r["elements"] for r in rows),
-             "scaled": sum(r["scaled"] for r in rows), "mass": sum(r["mass"] for r in rows),
-             "added_mass": sum(r["added_mass"] for r in rows),
+             "scaled": sum(r["scaled"] for r in rows),
+             "mass": math.fsum(np.concatenate(all_masses)),
+             "added_mass": math.fsum(np.concatenate(all_added)),
              "max_factor": max(r["max_factor"] for r in rows)}
     for row in rows + [total]:
         row["added_percent"] = 100.0 * row["added_mass"] / row["mass"] if row["mass"] > 0 else 0.0
