@@ -48,7 +48,8 @@ void planar_cohesive(int coh_flag, int n, int point_index, int* elem_status, con
     const float nx = 0.0f - ty * inv_len, ny = tx * inv_len;
     const float sx = (d0x * N1 + d1x * N2) * 2.0f, sy = (d0y * N1 + d1y * N2) * 2.0f;
     const float opening = nx * sx + ny * sy;
-    const float t_c = coh_flag != 0 ? thickness[e] : opening;
+    const float thick = thickness[e];
+    const float t_c = coh_flag != 0 ? thick : opening;
 
     // Normal row: the derivatives of the opening by the eight node displacements.
     const float h = inv_len * 0.5f;
@@ -85,7 +86,7 @@ void planar_cohesive(int coh_flag, int n, int point_index, int* elem_status, con
       lsq[e] = f * t_c / (coh_value * jac * (total + pad2));
       element_mass[e] = t_c * coh_value * jac * density[e];
     } else {
-      lsq[e] = std::fabs(thickness[e] * t_c) * f / (coh_value * jac * (total + pad2));
+      lsq[e] = std::fabs(thick * t_c) * f / (coh_value * jac * (total + pad2));
       element_mass[e] = std::fabs(t_c) * coh_value * jac * density[e];
     }
     elem_status[e] = t_c > 0.0f ? status : 3;

@@ -185,32 +185,40 @@ void solid_cohesive(int coh_flag, int n, int point_index, int* elem_status, cons
     }
   }
 
-  // Sliding part: per axis, the rows of both faces' nodes, then their squares.
+  // Sliding part: per axis, the rows of both faces' nodes from the contributing
+  // edges, then the sum of their squares.
   Column s_s;
   for (int e = 0; e < n; ++e) s_s[e] = 0.0f;
+  float row[2][KF][3][kBatchCapacity];  // [lower/upper][node][component][element]
   for (int ax = 0; ax < 2; ++ax) {
-    for (int e = 0; e < n; ++e) {
-      float row[2][KF][3] = {};  // [lower/upper][node][component]
-      for (int j = 0; j < Shape::kContributionCount; ++j) {
-        const Contribution con = Shape::contribution(j, p);
-        const float table = con.table == Table::kA   ? a[con.node]
-                            : con.table == Table::kB ? b[con.node]
-                                                     : 0.5f;
-        const float kappa = table * dual[ax][con.dual][e];
-        const Edge E = Shape::kEdges[con.edge];
-        for (int c = 0; c < 3; ++c) {
-          row[0][E.i][c] += -kappa * w_plus[con.edge][c][e];
-          row[0][E.k][c] += -kappa * w_minus[con.edge][c][e];
-          row[1][E.i][c] += kappa * w_minus[con.edge][c][e];
-          row[1][E.k][c] += kappa * w_plus[con.edge][c][e];
-        }
+    for (int face = 0; face < 2; ++face)
+      for (int k = 0; k < KF; ++k)
+        for (int c = 0; c < 3; ++c)
+          for (int e = 0; e < n; ++e) row[face][k][c][e] = 0.0f;
+    for (int j = 0; j < Shape::kContributionCount; ++j) {
+      const Contribution con = Shape::contribution(j, p);
+      const float table = con.table == Table::kA   ? a[con.node]
+                          : con.table == Table::kB ? b[con.node]
+                                                   : 0.5f;
+      const Edge E = Shape::kEdges[con.edge];
+      const float* dual_j = dual[ax][con.dual];
+      for (int c = 0; c < 3; ++c) {
+        const float* wp = w_plus[con.edge][c];
+        const float* wm = w_minus[con.edge][c];
+        // One row per loop, so that each loop stores to a single array.
+        auto add = [&](float* target, float sign, const float* w) {
+          for (int e = 0; e < n; ++e) target[e] += sign * (table * dual_j[e]) * w[e];
+        };
+        add(row[0][E.i][c], -1.0f, wp);
+        add(row[0][E.k][c], -1.0f, wm);
+        add(row[1][E.i][c], 1.0f, wm);
+        add(row[1][E.k][c], 1.0f, wp);
       }
-      float sum = s_s[e];
-      for (int face = 0; face < 2; ++face)
-        for (int k = 0; k < KF; ++k)
-          for (int c = 0; c < 3; ++c) sum += sq(row[face][k][c]);
-      s_s[e] = sum;
     }
+    for (int face = 0; face < 2; ++face)
+      for (int k = 0; k < KF; ++k)
+        for (int c = 0; c < 3; ++c)
+          for (int e = 0; e < n; ++e) s_s[e] += sq(row[face][k][c][e]);
   }
 
   // Results: the ramp on S, the thickness in force, mass and length term;
@@ -218,14 +226,16 @@ void solid_cohesive(int coh_flag, int n, int point_index, int* elem_status, cons
   for (int e = 0; e < n; ++e) {
     const float S = s_s[e] + s_n[e];
     const bool degenerate = kSmallestNormal >= S;
-    elem_status[e] = degenerate ? 1 : elem_status[e];
     const float g_s = degenerate ? 1.0f : 0.0f;
-    const float ramp = 4.0f >= S ? 4.0f : (S < 7.0f ? 8.0f - S : 1.0f);
+    const float inside = 8.0f - S;
+    const float ramp = 4.0f >= S ? 4.0f : (S < 7.0f ? inside : 1.0f);
     const float f = Shape::kRamp && !degenerate ? ramp : 1.0f;
-    const float h = coh_flag != 0 ? thickness[e] : h_g[e];
+    const float thick = thickness[e], measured = h_g[e];
+    const float h = coh_flag != 0 ? thick : measured;
     element_mass[e] = std::fabs(h) * area[e] * density[e];
-    lsq[e] = std::fabs(thickness[e] * h) * f / (area[e] * (S + g_s));
-    elem_status[e] = 0.0f >= h ? 3 : elem_status[e];
+    lsq[e] = std::fabs(thick * h) * f / (area[e] * (S + g_s));
+    const int status = degenerate ? 1 : elem_status[e];
+    elem_status[e] = 0.0f >= h ? 3 : status;
   }
 }
 
