@@ -172,6 +172,25 @@ inline Mesh shifted_x(Mesh m, float dx) {
   return m;
 }
 
+// An nx by ny layer of eight-node cohesive elements between two unit quad
+// grids in the XY plane, `opening` apart in Z (bottom face first, then top).
+inline Mesh cohesive_layer(int nx, int ny, float opening) {
+  Mesh m;
+  for (int k = 0; k < 2; ++k)
+    for (int j = 0; j <= ny; ++j)
+      for (int i = 0; i <= nx; ++i)
+        m.nodes.insert(m.nodes.end(), {static_cast<float>(i), static_cast<float>(j),
+                                       static_cast<float>(k) * opening});
+  auto id = [&](int i, int j, int k) { return i + (nx + 1) * (j + (ny + 1) * k); };
+  for (int j = 0; j < ny; ++j)
+    for (int i = 0; i < nx; ++i)
+      m.connectivity.insert(m.connectivity.end(),
+                            {id(i, j, 0), id(i + 1, j, 0), id(i + 1, j + 1, 0), id(i, j + 1, 0),
+                             id(i, j, 1), id(i + 1, j, 1), id(i + 1, j + 1, 1), id(i, j + 1, 1)});
+  m.element_count = nx * ny;
+  return m;
+}
+
 // Times sti_StableTime on the whole mesh, a steel-like isotropic material in
 // consistent units, and reports elements per second.
 struct Setup {
