@@ -50,7 +50,7 @@ def build_parser():
                    help="element name for a cell type or block, e.g. hexahedron=C3D8I")
     p.add_argument("--E", type=float, metavar="E", help="Young's modulus (elastic material)")
     p.add_argument("--nu", type=float, metavar="NU", help="Poisson's ratio (elastic material)")
-    p.add_argument("--material", metavar="SPEC", help="material as TYPE:field=value,...")
+    p.add_argument("--material", metavar="TYPE:FIELDS", help="material as TYPE:field=value,...")
     p.add_argument("--density", type=float, help="density")
     p.add_argument("--thickness", type=float, help="thickness of surface elements (default 1)")
     p.add_argument("--section-area", type=float, help="section area of trusses and beams")
@@ -101,7 +101,7 @@ def _settings(args):
             raise UsageError("give either --E/--nu or --material")
         defaults["material"] = Elastic(args.E, args.nu)
     elif args.material:
-        defaults["material"] = config.material_from_spec(args.material)
+        defaults["material"] = config.material_from_text(args.material)
     for key in config.SCALARS:
         value = getattr(args, key)
         if value is not None:
@@ -121,7 +121,7 @@ def _settings(args):
         block, dot, key = lhs.rpartition(".")
         if not eq or not dot or not block:
             raise UsageError(f"--set: expected BLOCK.KEY=VALUE, got {item!r}")
-        table = {key: config.material_from_spec(value) if key == "material" else
+        table = {key: config.material_from_text(value) if key == "material" else
                  value if key == "element" else config.parse_value(value)}
         if key == "material":
             per_block.setdefault(block, {})["material"] = table[key]

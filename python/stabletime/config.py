@@ -53,9 +53,9 @@ def parse_value(text):
     return _number(text)
 
 
-def material_from_spec(spec):
+def material_from_text(text):
     """A material from 'type:field=value,field=value' (lists as a/b/c)."""
-    kind, _, rest = spec.partition(":")
+    kind, _, rest = text.partition(":")
     table = {"type": kind.strip()}
     for item in filter(None, (s.strip() for s in rest.split(","))):
         key, eq, value = item.partition("=")
