@@ -31,8 +31,9 @@ inline float gradient_component(const float* u, const float* v, const int* p) {
 
 }  // namespace
 
-void hexahedron(int n, int* elem_status, const float* coords, float* work_a, float* work_b,
-                float* element_mass, const float* density, float* lsq) {
+void hexahedron(int n, int* __restrict elem_status, const float* __restrict coords,
+                float* __restrict work_a, float* __restrict work_b, float* __restrict element_mass,
+                const float* __restrict density, float* __restrict lsq) {
   for (int e = 0; e < n; ++e) {
     float x[8], y[8], z[8];
     for (int k = 0; k < 8; ++k) {

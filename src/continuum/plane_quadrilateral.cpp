@@ -14,9 +14,11 @@ inline constexpr float kSixth = std::bit_cast<float>(0x3E2AAAABu);         // 0.
 inline constexpr float kTwentyFourth = std::bit_cast<float>(0x3D2AAAABu);  // 0.041666668
 }  // namespace
 
-void plane_quadrilateral(int n, int* elem_status, const float* tri_flag, const float* coords,
-                         float* work_a, float* work_b, float* element_mass,
-                         const float* thickness, const float* density, float* lsq) {
+void plane_quadrilateral(int n, int* __restrict elem_status, const float* __restrict tri_flag,
+                         const float* __restrict coords, float* __restrict work_a,
+                         float* __restrict work_b, float* __restrict element_mass,
+                         const float* __restrict thickness, const float* __restrict density,
+                         float* __restrict lsq) {
   for (int e = 0; e < n; ++e) {
     const float x1 = coords[at(n, 4, e, 0, 0)], y1 = coords[at(n, 4, e, 0, 1)];
     const float x2 = coords[at(n, 4, e, 1, 0)], y2 = coords[at(n, 4, e, 1, 1)];
@@ -44,9 +46,10 @@ void plane_quadrilateral(int n, int* elem_status, const float* tri_flag, const f
   }
 }
 
-void axisymmetric_quadrilateral(int n, int* elem_status, const float* tri_flag,
-                                const float* coords, float* element_mass, const float* density,
-                                float* lsq) {
+void axisymmetric_quadrilateral(int n, int* __restrict elem_status,
+                                const float* __restrict tri_flag, const float* __restrict coords,
+                                float* __restrict element_mass, const float* __restrict density,
+                                float* __restrict lsq) {
   constexpr float w = kTwentyFourth;
   constexpr float h = 0.125f;
   for (int e = 0; e < n; ++e) {

@@ -22,7 +22,8 @@ inline float squared_distance(float xa, float ya, float xb, float yb) {
 }
 }  // namespace
 
-void triangle_frequency(int n, const float* coords, const float* work_b, float* freq) {
+void triangle_frequency(int n, const float* __restrict coords, const float* __restrict work_b,
+                        float* __restrict freq) {
   float* freq_a = freq;
   float* freq_b = freq + n;
   for (int e = 0; e < n; ++e) {
@@ -41,8 +42,9 @@ void triangle_frequency(int n, const float* coords, const float* work_b, float* 
   }
 }
 
-void quadrilateral_frequency(int full_integration, int n, const float* coords,
-                             const float* work_a, const float* work_b, float* freq) {
+void quadrilateral_frequency(int full_integration, int n, const float* __restrict coords,
+                             const float* __restrict work_a, const float* __restrict work_b,
+                             float* __restrict freq) {
   float* freq_a = freq;
   float* freq_b = freq + n;
   for (int e = 0; e < n; ++e) {
