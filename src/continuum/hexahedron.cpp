@@ -36,12 +36,14 @@ void hexahedron(int n, int* __restrict elem_status, const float* __restrict coor
                 const float* __restrict density, float* __restrict lsq) {
   for (int e = 0; e < n; ++e) {
     float x[8], y[8], z[8];
+#pragma GCC unroll 8
     for (int k = 0; k < 8; ++k) {
       x[k] = coords[at(n, 8, e, k, 0)];
       y[k] = coords[at(n, 8, e, k, 1)];
       z[k] = coords[at(n, 8, e, k, 2)];
     }
     float bx[8], by[8], bz[8];
+#pragma GCC unroll 8
     for (int i = 0; i < 8; ++i) {
       bx[i] = gradient_component(y, z, kRenumber[i]);
       by[i] = gradient_component(z, x, kRenumber[i]);
@@ -50,6 +52,7 @@ void hexahedron(int n, int* __restrict elem_status, const float* __restrict coor
 
     // Volume from the x components, measured from corner 1.
     float sum = (x[0] - x[1]) * bx[1];
+#pragma GCC unroll 8
     for (int i = 2; i < 8; ++i) sum = sum + (x[0] - x[i]) * bx[i];
     const float v = max_of(-sum, 0.0f);  // inside out, or a NaN, gives 0
     const float p = v == 0.0f ? 1.0f : 0.0f;
@@ -60,8 +63,11 @@ void hexahedron(int n, int* __restrict elem_status, const float* __restrict coor
     element_mass[e] = padded * density[e];
 
     float s = p;
+#pragma GCC unroll 8
     for (int i = 0; i < 8; ++i) s = s + bx[i] * bx[i];
+#pragma GCC unroll 8
     for (int i = 0; i < 8; ++i) s = s + by[i] * by[i];
+#pragma GCC unroll 8
     for (int i = 0; i < 8; ++i) s = s + bz[i] * bz[i];
     lsq[e] = padded * 0.5f / s;
   }
