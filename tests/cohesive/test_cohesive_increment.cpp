@@ -117,49 +117,4 @@ TEST(CohesiveIncrement, GivenThicknessScalesTheIncrement) {
   }
 }
 
-TEST(CohesiveIncrement, UnchangedByRigidMotion) {
-  for (const Call& base : {coh3d8(), coh3d6()}) {
-    const float dt = run(base).dt[0];
-    for (unsigned seed = 1; seed <= 25; ++seed) {
-      Call m = base;
-      m.mesh = sti_test::moved(base.mesh, sti_test::random_rotation(seed),
-                               {0.5f * static_cast<float>(seed), -3.0f, 1.25f});
-      EXPECT_LE(sti_test::ulp_distance(run(m).dt[0], dt), 64) << base.name << " seed " << seed;
-    }
-  }
-  const float planar = run(coh2d4()).dt[0];
-  for (int k = 1; k <= 12; ++k) {
-    Call m = coh2d4();
-    m.mesh = sti_test::moved(m.mesh, sti_test::rotation_about_z(0.5 * k), {0.25f * k, -2.0f, 0});
-    EXPECT_LE(sti_test::ulp_distance(run(m).dt[0], planar), 64) << "COH2D4 " << k;
-  }
-  // The axisymmetric element may slide along its axis.
-  const float axi = run(cohax4()).dt[0];
-  Call slid = cohax4();
-  slid.mesh = sti_test::moved(slid.mesh, sti_test::rotation_about_z(0.0), {0, 7.5f, 0});
-  EXPECT_LE(sti_test::ulp_distance(run(slid).dt[0], axi), 16);
-}
-
-TEST(CohesiveIncrement, ScalesLinearlyWithLength) {
-  for (const Call& base : {coh3d8(), coh3d6(), coh2d4(), cohax4()}) {
-    const float dt = run(base).dt[0];
-    Call big = base;
-    big.mesh = sti_test::scaled(base.mesh, 4.0f);
-    EXPECT_LE(sti_test::ulp_distance(run(big).dt[0], 4.0f * dt), 4) << base.name;
-  }
-}
-
-TEST(CohesiveIncrement, FailedElementDoesNotDisturbItsNeighbour) {
-  Call pair = coh3d8();
-  const float alone = run(pair).dt[0];
-  pair.mesh = sti_test::joined(
-      {sti_test::single_element(stack({{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {3, 0, 0}}, {0, 0, 1})),
-       pair.mesh});
-  // The collapsed surface has no frame, so h_g = 0: the thickness status 3
-  // (code 100) comes last and overrides the area's status 1.
-  const auto r = run(pair);
-  EXPECT_EQ(r.element_code[0], 100);
-  EXPECT_EQ(bits(r.dt[1]), bits(alone));
-}
-
 }  // namespace
