@@ -65,14 +65,6 @@ TEST(CohesiveIncrement, FlatUnitStackWorkedValue) {
   EXPECT_EQ(bits(r.dt[0]), bits(std::sqrt(std::fabs(lsq * 0.25f / wave_modulus_3d(1.0f)))));
 }
 
-TEST(CohesiveIncrement, EveryCohesiveNameRuns) {
-  for (const Call& c : {coh3d8(), coh3d6(), coh2d4(), cohax4()}) {
-    const auto r = run(c);
-    EXPECT_EQ(r.code, 0) << c.name;
-    EXPECT_TRUE(std::isfinite(r.dt[0]) && r.dt[0] > 0.0f) << c.name << " " << r.dt[0];
-  }
-}
-
 TEST(CohesiveIncrement, DefaultParametersAndZeroOpening) {
   // Without cohesive_params the width is -1: both signs flip and the
   // increment is that of width 1.
