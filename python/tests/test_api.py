@@ -209,12 +209,3 @@ def test_chunks_start_on_batch_boundaries(monkeypatch):
     assert len(starts) > 1 and sum(sizes) == count
     assert all(start % core.BATCH == 0 for start in starts)
 
-
-@pytest.mark.parametrize("material,code,props", MATERIALS)
-def test_material_objects_match_hand_laid_properties(direct, material, code, props):
-    xyz, conn = _mesh(HEX, 130)
-    got = st.compute("C3D8R", xyz, conn, material, 7.85e-9)
-    dt, codes, result = direct("C3D8R", xyz, conn, code, np.pad(np.float32(props), (0, 8)),
-                               np.full(len(conn), 7.85e-9), None, 1.0, None, None)
-    assert got.dt.tobytes() == dt.tobytes()
-    assert np.array_equal(got.code, codes) and got.call_code == result

@@ -150,7 +150,6 @@ Call beam(const char* name, std::vector<std::array<float, 3>> nodes) {
 }
 
 Call b22_curved() { return beam("B22", {{0.1f, -0.3f, 0}, {1.3f, 0.5f, 0}, {2.2f, 0.9f, 0}}); }
-Call b32_curved() { return beam("B32", {{0.1f, -0.3f, 2.0f}, {1.3f, 0.5f, 2.4f}, {2.2f, 0.9f, 3.3f}}); }
 
 TEST(BeamIncrement, WorkedValues) {
   // E = 200, unit area and thickness, length 2: lsq 2, mass 2, dt = sqrt(4 / 200).
@@ -195,36 +194,6 @@ TEST(BeamIncrement, FailedBeamKeepsTheScaledUnsetValue) {
   const auto r = run(pair);
   EXPECT_EQ(r.element_code[0], 400);
   EXPECT_EQ(bits(r.dt[1]), bits(std::sqrt(4.0f / 200.0f) * kInvSqrt6));
-}
-
-TEST(BeamIncrement, Invariants) {
-  const Call bases[] = {beam("B31", {{0.3f, -1.2f, 2.0f}, {1.1f, 0.4f, 2.5f}}), b22_curved(),
-                        b32_curved(), beam("B21", {{0.3f, -1.2f, 0}, {1.1f, 0.4f, 0}})};
-  for (const Call& base_call : bases) {
-    const bool planar = base_call.name[1] == '2';
-    const float base = run(base_call).dt[0];
-    for (unsigned seed = 1; seed <= 20; ++seed) {
-      Call m = base_call;
-      m.mesh = sti_test::moved(
-          base_call.mesh,
-          planar ? sti_test::rotation_about_z(0.37 * seed) : sti_test::random_rotation(seed),
-          {0.5f * static_cast<float>(seed), -3.0f, planar ? 0.0f : 1.25f});
-      EXPECT_LE(sti_test::ulp_distance(run(m).dt[0], base), 16)
-          << base_call.name << " seed " << seed;
-    }
-    Call longer = base_call;
-    longer.mesh = sti_test::scaled(base_call.mesh, 4.0f);
-    EXPECT_LE(sti_test::ulp_distance(run(longer).dt[0], 4.0f * base), 4) << base_call.name;
-    Call denser = base_call;
-    denser.density = {4.0f};
-    EXPECT_LE(sti_test::ulp_distance(run(denser).dt[0], 2.0f * base), 2) << base_call.name;
-    Call stiffer = base_call;
-    stiffer.material_props = {800.0f, 0.3f};
-    EXPECT_LE(sti_test::ulp_distance(run(stiffer).dt[0], 0.5f * base), 2) << base_call.name;
-    Call wider = base_call;  // the section area cancels between mass and modulus
-    wider.section_damping = std::array<float, 3>{3.0f, 0.0f, 0.0f};
-    EXPECT_LE(sti_test::ulp_distance(run(wider).dt[0], base), 2) << base_call.name;
-  }
 }
 
 }  // namespace

@@ -11,25 +11,15 @@
 
 #include "stabletime/pipeline.h"
 #include "support/call.hpp"
+#include "support/layout.hpp"
 
 namespace {
 
 using sti_test::bits;
+using sti_test::layout;
 using sti_test::ulp_distance;
 using Point2 = std::array<float, 2>;
 using Point3 = std::array<float, 3>;
-
-// Element-fastest coordinates of a batch of elements with K nodes and C components.
-template <size_t K, size_t C>
-std::vector<float> layout(const std::vector<std::array<std::array<float, C>, K>>& elements) {
-  const int n = static_cast<int>(elements.size());
-  std::vector<float> out(elements.size() * K * C);
-  for (int e = 0; e < n; ++e)
-    for (size_t k = 0; k < K; ++k)
-      for (size_t c = 0; c < C; ++c)
-        out[static_cast<size_t>(e) + elements.size() * (k + K * c)] = elements[e][k][c];
-  return out;
-}
 
 struct PlaneOut {
   std::vector<int> status;

@@ -103,14 +103,6 @@ TEST(PublicEntry, UnknownNameFailsEveryElementWith300) {
   }
 }
 
-TEST(PublicEntry, TrailingBlanksInTheNameAreAccepted) {
-  Call plain = truss_call(3), padded = truss_call(3);
-  padded.name = "T3D2     ";
-  const auto a = run(plain), b = run(padded);
-  EXPECT_EQ(b.code, 0);
-  for (int e = 0; e < 3; ++e) EXPECT_EQ(sti_test::bits(a.dt[e]), sti_test::bits(b.dt[e]));
-}
-
 // Every batch size gives each element the increment it has alone; the
 // element-fastest stride of the last batch is its own size.
 TEST(PublicEntry, BatchingKeepsEachElementsIncrement) {

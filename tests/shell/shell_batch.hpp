@@ -7,22 +7,14 @@
 #include <vector>
 
 #include "stabletime/pipeline.h"
+#include "support/layout.hpp"
 
 namespace shell_test {
 
 using P3 = std::array<float, 3>;
 using Quad = std::array<P3, 4>;
 
-// Element-fastest layout [element][node][component] of a batch.
-template <size_t K, size_t C>
-std::vector<float> layout(const std::vector<std::array<std::array<float, C>, K>>& elements) {
-  const size_t n = elements.size();
-  std::vector<float> out(n * K * C);
-  for (size_t e = 0; e < n; ++e)
-    for (size_t k = 0; k < K; ++k)
-      for (size_t c = 0; c < C; ++c) out[e + n * (k + K * c)] = elements[e][k][c];
-  return out;
-}
+using sti_test::layout;
 
 inline float get(const std::vector<float>& a, size_t n, size_t K, size_t e, size_t k, size_t c) {
   return a[e + n * (k + K * c)];

@@ -20,11 +20,6 @@ using sti_test::ulp_distance;
 
 const float kTieBreak = std::bit_cast<float>(0x3F7FBE77u);  // 0.999
 
-P3 cross(P3 a, P3 b) {
-  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
-float dot(P3 a, P3 b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
-
 // The unit-area square spanned by a and b from the origin, nodes 0, a, a + b, b.
 Quad square(P3 a, P3 b) {
   return Quad{P3{0, 0, 0}, a, P3{a[0] + b[0], a[1] + b[1], a[2] + b[2]}, b};
@@ -147,40 +142,6 @@ TEST(SurfaceFrame, WarpedElementHasFramePerPoint) {
   EXPECT_EQ(centre[0], 0.0f);
   EXPECT_EQ(centre[1], 0.0f);
   EXPECT_EQ(centre[2], 1.0f);
-}
-
-TEST(SurfaceFrame, RightHandedOrthonormalOnArbitraryElements) {
-  // s x t = n and unit lengths, to rounding, on a batch of random warped
-  // quadrilaterals, for the one-point form and at every Gauss point; the
-  // normal follows the node order by the right-hand rule.
-  std::mt19937 gen(42);
-  std::uniform_real_distribution<float> u(-1.0f, 1.0f);
-  std::vector<Quad> quads;
-  for (int e = 0; e < 100; ++e) {
-    Quad q = {P3{0, 0, 0}, P3{1, 0, 0}, P3{1, 1, 0}, P3{0, 1, 0}};
-    for (auto& p : q)
-      for (auto& c : p) c += 0.3f * u(gen);
-    quads.push_back(q);
-  }
-  const auto rule = gauss_rule();
-  const size_t n = quads.size();
-  for (int point = 0; point <= 4; ++point) {
-    const auto l = surface_local(quads, point == 0 ? 1 : point, point == 0 ? 1 : 4, rule);
-    for (size_t e = 0; e < n; ++e) {
-      const P3 s = axis(l.frame, n, e, 0), t = axis(l.frame, n, e, 1), nn = axis(l.frame, n, e, 2);
-      const P3 st = cross(s, t);
-      for (int c = 0; c < 3; ++c) EXPECT_NEAR(st[c], nn[c], 1e-6f) << e;
-      EXPECT_NEAR(dot(s, s), 1.0f, 1e-6f);
-      EXPECT_NEAR(dot(t, t), 1.0f, 1e-6f);
-      EXPECT_NEAR(dot(nn, nn), 1.0f, 1e-6f);
-      EXPECT_NEAR(dot(s, t), 0.0f, 1e-6f);
-      EXPECT_NEAR(dot(s, nn), 0.0f, 1e-6f);
-      const Quad& q = quads[e];
-      const P3 d13 = {q[2][0] - q[0][0], q[2][1] - q[0][1], q[2][2] - q[0][2]};
-      const P3 d24 = {q[3][0] - q[1][0], q[3][1] - q[1][1], q[3][2] - q[1][2]};
-      EXPECT_GT(dot(cross(d13, d24), nn), 0.0f) << e;
-    }
-  }
 }
 
 TEST(SurfaceFrame, EmptyBatchWritesNothing) {
