@@ -64,6 +64,9 @@ const std::vector<Point> kTet10 = {{0, 0, 0}, {10, 0, 0}, {0, 10, 0}, {0, 0, 10}
 // Corners, then the midpoints of 1-2, 2-3, 3-1.
 const std::vector<Point> kTri6 = {{0, 0, 0}, {10, 0, 0}, {0, 10, 0},
                                   {5, 0, 0}, {5, 5, 0},  {0, 5, 0}};
+// A warped quadrilateral off the grid, whose coordinate sums round.
+const std::vector<Point> kSkewQuad = {
+    {0.3f, 0.1f, 0.7f}, {10.9f, 0.2f, 0.45f}, {10.1f, 9.7f, 1.3f}, {0.6f, 10.3f, 0.1f}};
 const std::vector<Point> kShellLine = {{10, 0, 0}, {12, 8, 0}};
 const std::vector<Point> kBeam = {{0, 0, 0}, {100, 20, 10}};
 const std::vector<Point> kBeam3 = {{0, 0, 0}, {50, 5, 0}, {100, 0, 0}};
@@ -81,6 +84,8 @@ const std::vector<float> kFoam = {2.0f, 0.16f, 8.0f, 0.02f, -2.0f, 0.1f, 0.05f};
 const std::vector<float> kTensorA = {200000.0f, 150000.0f, 120000.0f, 30000.0f, -20000.0f, 15000.0f};
 const std::vector<float> kTensorB = {100000.0f, 90000.0f, 110000.0f, 50000.0f, 45000.0f, 52000.0f};
 const std::vector<float> kTensorC = {80000.0f, 80000.0f, 80000.0f, -1000.0f, 250.0f, 3.0f};
+// Entries whose sums round, so that the order of every sum shows in the bits.
+const std::vector<float> kTensorD = {0.3f, 3071.9f, 0.0007f, 1.1f, -0.9f, 2.3f};
 const std::vector<float> kPlaneTensor = {200000.0f, 150000.0f, 30000.0f};  // 126: A11, A22, A12
 const std::vector<float> kWater = {2200.0f, 0.05f};  // acoustic: bulk modulus, damping
 
@@ -114,6 +119,8 @@ std::vector<Case> cases() {
        .props = kTensorB, .shape = kHex, .copies = 2, .jitter = 0.15f},
       {.label = "hexahedra-tensor-c", .element = "C3D8R", .material_code = 126,
        .props = kTensorC, .shape = kHex, .copies = 2, .jitter = 0.15f},
+      {.label = "hexahedra-tensor-d", .element = "C3D8R", .material_code = 126,
+       .props = kTensorD, .shape = kHex, .copies = 2, .jitter = 0.15f},
       {.label = "wedges", .element = "C3D6", .material_code = 100, .props = kSteel,
        .shape = kWedge, .jitter = 0.15f, .turn = true},
       {.label = "tetrahedra", .element = "C3D4", .material_code = 100, .props = kSteel,
@@ -131,6 +138,8 @@ std::vector<Case> cases() {
       {.label = "shells", .element = "S4R", .material_code = 100, .props = kSteel,
        .shape = kQuad, .jitter = 0.1f, .turn = true, .section_damping = {0.0f, 0.0f, 2.0e-6f},
        .with_thickness = true},
+      {.label = "shells-skew", .element = "S4R", .material_code = 100, .props = kSteel,
+       .shape = kSkewQuad, .copies = 3, .turn = true},
       {.label = "continuum-shells", .element = "SC8R", .material_code = 100, .props = kSteel,
        .shape = kThinHex, .jitter = 0.02f, .turn = true},
       {.label = "axisymmetric-shells", .element = "SAX1", .material_code = 100,
