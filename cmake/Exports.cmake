@@ -1,4 +1,5 @@
-# Reads cmake/exports.list and derives the Linux version script from it.
+# Reads cmake/exports.list and derives from it the Linux version script and,
+# for Windows, the module definition file and the list of names a loader finds.
 # Sets STI_EXPORT_C (C names), STI_EXPORT_CXX (demangled C++ signatures) and
 # STI_EXPORT_WINDOWS (names exported on Windows only).
 function(sti_read_exports list_file)
@@ -35,5 +36,69 @@ function(sti_write_version_script out_file)
     string(APPEND text "      \"${name}\";\n")
   endforeach()
   string(APPEND text "    };\n  local: *;\n};\n")
+  file(CONFIGURE OUTPUT "${out_file}" CONTENT "${text}" @ONLY)
+endfunction()
+
+# Plain name of a C++ entry of the list: "name(int&)" gives "name".
+function(sti_plain_name signature out_var)
+  string(REGEX REPLACE "\\(.*$" "" name "${signature}")
+  set(${out_var} "${name}" PARENT_SCOPE)
+endfunction()
+
+# Decorated (Itanium C++ ABI) name of a global function of the list, as the
+# MinGW-w64 compiler emits it. Only the parameter types the lifecycle entries
+# use are known; anything else stops the configuration rather than guess.
+function(sti_decorated_name signature out_var)
+  if(NOT signature MATCHES "^([A-Za-z_][A-Za-z_0-9]*)\\((.*)\\)$")
+    message(FATAL_ERROR "exports.list: cannot read the C++ signature '${signature}'")
+  endif()
+  set(name "${CMAKE_MATCH_1}")
+  string(REPLACE " " "" parameters "${CMAKE_MATCH_2}")
+  string(LENGTH "${name}" length)
+  set(codes "")
+  if(parameters STREQUAL "" OR parameters STREQUAL "void")
+    set(codes "v")
+  else()
+    string(REPLACE "," ";" parameter_list "${parameters}")
+    foreach(parameter IN LISTS parameter_list)
+      if(parameter STREQUAL "int&")
+        string(APPEND codes "Ri")
+      elseif(parameter STREQUAL "int")
+        string(APPEND codes "i")
+      else()
+        message(FATAL_ERROR "exports.list: no decoration known for '${parameter}' in '${signature}'")
+      endif()
+    endforeach()
+  endif()
+  set(${out_var} "_Z${length}${name}${codes}" PARENT_SCOPE)
+endfunction()
+
+# Module definition file of the Windows library: C and Windows names as they
+# are, C++ entries under their plain names, aliased to their decorated symbols
+# so that GetProcAddress finds them by the plain name.
+function(sti_write_module_definition out_file library_name)
+  set(text "LIBRARY ${library_name}.dll\nEXPORTS\n")
+  foreach(name IN LISTS STI_EXPORT_C STI_EXPORT_WINDOWS)
+    string(APPEND text "  ${name}\n")
+  endforeach()
+  foreach(signature IN LISTS STI_EXPORT_CXX)
+    sti_plain_name("${signature}" plain)
+    sti_decorated_name("${signature}" decorated)
+    string(APPEND text "  ${plain}=${decorated}\n")
+  endforeach()
+  file(CONFIGURE OUTPUT "${out_file}" CONTENT "${text}" @ONLY)
+endfunction()
+
+# Every designed name as the Windows loader finds it, one quoted C string per
+# line, for the programs that check the Windows library.
+function(sti_write_export_names out_file)
+  set(text "")
+  foreach(name IN LISTS STI_EXPORT_C STI_EXPORT_WINDOWS)
+    string(APPEND text "\"${name}\",\n")
+  endforeach()
+  foreach(signature IN LISTS STI_EXPORT_CXX)
+    sti_plain_name("${signature}" plain)
+    string(APPEND text "\"${plain}\",\n")
+  endforeach()
   file(CONFIGURE OUTPUT "${out_file}" CONTENT "${text}" @ONLY)
 endfunction()

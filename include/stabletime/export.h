@@ -4,7 +4,10 @@
 
 #if defined(_WIN32)
 #  if defined(STI_BUILDING_LIBRARY)
-#    define STI_EXPORT __declspec(dllexport)
+     /* The module definition file generated from cmake/exports.list is the
+        one list of exports: marking definitions here as well would export
+        the lifecycle entries a second time under their decorated names. */
+#    define STI_EXPORT
 #  else
 #    define STI_EXPORT __declspec(dllimport)
 #  endif

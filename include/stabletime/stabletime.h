@@ -76,16 +76,20 @@ enum {
  *        columns, 21 entries (0..5 as for 101).
  *   9001 orthotropic engineering constants: E1, E2, E3, nu12, nu13, nu23,
  *        G12, G13, G23.
- *   105  polynomial hyperelastic: N (term count, truncated), C10, C01, ...,
- *        D1 at 2N+1.
+ *   105  polynomial hyperelastic: N (term count, truncated toward zero),
+ *        C10, C01, ..., D1 at 2N+1 (N = 0: D1 at 1).
  *   107  Ogden form: N, then mu_k at 2k+1 (exponents at 2k+2, not read),
  *        D1 at 2N+1.
- *   109  foam: N, mu_k at 2k+1, nu_k at 2N+1+k.
+ *   109  foam: N, mu_k at 2k+1 (exponents at 2k+2, not read), nu_k at
+ *        2N+1+k.
+ *        For 105 and 107 a count below zero fails every element with 200.
  *   118  Arruda-Boyce form: [1] mu, [2] locking stretch, [3] D.
  *   119  five-constant form: [1] mu, [5] D.
  *   125  diagonal modulus tensor: A11, A22, A33 (two dimensions: A11, A22).
  *   126  symmetric modulus tensor: A11, A22, A33, A12, A13, A23 (two
  *        dimensions: A11, A22, A12).
+ *        125 and 126 take the largest principal value as the modulus; it is
+ *        multiplied by the thickness but not by the section area.
  *   Acoustic types: [0] bulk modulus of the fluid, [1] fluid damping.
  */
 STI_EXPORT int sti_StableTime(const char* elem_name, int node_total, int element_count,

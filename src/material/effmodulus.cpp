@@ -45,19 +45,52 @@ void isotropic_elastic(int n, int* elem_status, int uniaxial_flag, float modulus
   }
 }
 
+// Marks the whole batch as having no usable material; no output is written.
+void reject_batch(int n, int* elem_status) {
+  for (int e = 0; e < n; ++e) elem_status[e] = 8;
+}
+
 void effective_moduli(int n, int ndim, int* elem_status, int material_code,
                       int& plane_stress_flag, int uniaxial_flag, float modulus_scale,
                       const float* thickness, float* two_g, float* three_k, float* wave_modulus,
                       const float* props) {
-  (void)ndim;
-  (void)plane_stress_flag;
+  if (n < 1) return;
+  const auto tail = [&](IsotropicEquivalent m) {
+    common_tail(n, m, modulus_scale, thickness, two_g, three_k, wave_modulus, elem_status);
+  };
   switch (material_code) {
     case 100:
       isotropic_elastic(n, elem_status, uniaxial_flag, modulus_scale, thickness, two_g, three_k,
                         wave_modulus, props);
       break;
+    case 101: tail(orthotropic_stiffness(props)); break;
+    case 102: tail(lamina(props)); break;
+    case 103: tail(anisotropic_stiffness(props)); break;
+    case 9001: tail(orthotropic_engineering(props)); break;
+    case 105:
+    case 107:
+      // A negative term count would place D1 before the first entry.
+      if (term_count(props) < 0) {
+        reject_batch(n, elem_status);
+        break;
+      }
+      tail(material_code == 105 ? polynomial_form(props) : ogden_form(props));
+      break;
+    case 109: tail(foam(props)); break;
+    case 118: tail(arruda_boyce_form(props)); break;
+    case 119: tail(five_constant_form(props)); break;
+    case 125:
+    case 126:
+      // A tensor's modulus feeds the wave branch of the increment directly,
+      // for this and every later point of the batch.
+      plane_stress_flag = 0;
+      tensor_tail(n,
+                  material_code == 125 ? diagonal_tensor_modulus(ndim, props)
+                                       : symmetric_tensor_modulus(ndim, props),
+                  thickness, wave_modulus, elem_status);
+      break;
     default:  // a code this library does not know fails the whole batch
-      for (int e = 0; e < n; ++e) elem_status[e] = 8;
+      reject_batch(n, elem_status);
       break;
   }
 }

@@ -6,7 +6,8 @@
 namespace sti::shell {
 namespace {
 
-void rotate_into_frame(int n, const float* vectors, float* local, const float* frame) {
+void rotate_into_frame(int n, const float* __restrict vectors, float* __restrict local,
+                       const float* __restrict frame) {
   constexpr int K = 4;
   auto axis = [&](int e, int c, int a) { return frame[e + n * (c + 3 * a)]; };
   for (int k = 0; k < K; ++k) {

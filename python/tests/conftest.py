@@ -1,0 +1,56 @@
+import ctypes
+import os
+import sys
+from pathlib import Path
+
+import numpy as np
+import pytest
+
+ROOT = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "python"))
+MESHES = ROOT / "examples" / "meshes"
+
+
+def library_path():
+    path = os.environ.get("STABLETIME_LIBRARY") or str(
+        ROOT / "build" / "DRNQVLStiWBX_StableTime.so")
+    if not Path(path).is_file():
+        pytest.skip(f"library not built: {path}")
+    return path
+
+
+@pytest.fixture(scope="session")
+def direct():
+    """sti_StableTime called straight through ctypes, independent of the package."""
+    lib = ctypes.CDLL(library_path())
+    fn = lib.sti_StableTime
+    fn.restype = ctypes.c_int
+
+    def call(name, nodes, conn, code, props, density, thickness, bulk, section, cohesive):
+        f = lambda a: None if a is None else np.ascontiguousarray(a, np.float32)
+        nodes, props, density, thickness, section, cohesive = map(
+            f, (nodes, props, density, thickness, section, cohesive))
+        conn = np.ascontiguousarray(conn, np.int32)
+        count = conn.shape[0]
+        dt = np.zeros(count, np.float32)
+        codes = np.zeros(count, np.int32)
+        p = lambda a: None if a is None else a.ctypes.data_as(ctypes.c_void_p)
+        result = fn(name.encode(), ctypes.c_int(len(nodes)), ctypes.c_int(count), p(nodes),
+                    p(conn), ctypes.c_int(code), p(props), p(density), p(thickness),
+                    ctypes.c_float(bulk), p(section), p(cohesive), p(dt), p(codes))
+        return dt, codes, result
+
+    return call
+
+
+@pytest.fixture
+def run_tool(capsys):
+    """The command in-process: (exit status, stdout, stderr)."""
+    from stabletime.cli import main
+
+    def run(*args):
+        status = main([str(a) for a in args])
+        out, err = capsys.readouterr()
+        return status, out, err
+
+    return run

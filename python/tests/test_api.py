@@ -1,0 +1,220 @@
+import numpy as np
+import pytest
+
+import stabletime as st
+from stabletime import core
+
+RNG = np.random.default_rng(7)
+STEEL = st.Elastic(210000.0, 0.3)
+TET = [[0, 0, 0], [10, 0, 0], [0, 10, 0], [0, 0, 10]]
+HEX = [[0, 0, 0], [10, 0, 0], [10, 10, 0], [0, 10, 0],
+       [0, 0, 10], [10, 0, 10], [10, 10, 10], [0, 10, 10]]
+QUAD = [[0, 0, 0], [10, 0, 0], [10, 8, 0], [0, 8, 0]]
+TRI = [[0, 0, 0], [10, 0, 0], [0, 8, 0]]
+WEDGE = TRI + [[x, y, 10] for x, y, _ in TRI]
+
+# One name of every family: nodes of one element, then options.
+FAMILIES = [
+    ("T3D2", [[0, 0, 0], [1000, 200, 0]], {"section_area": 400.0}),
+    ("T2D2", [[0, 0, 0], [700, 300, 0]], {"section_area": 25.0, "alpha": 0.1, "beta": 1e-7}),
+    ("B31", [[0, 0, 0], [100, 0, 0]], {"section_area": 50.0}),
+    ("C3D4", TET, {}),
+    ("C3D8R", HEX, {"bulk_scale": 2.0}),
+    ("C3D6", WEDGE, {}),
+    ("CPS4R", QUAD, {"thickness": 2.0}),
+    ("CAX3", TRI, {}),
+    ("M3D4R", QUAD, {"thickness": 0.5}),
+    ("S4R", QUAD, {"thickness": 1.5}),
+    ("COH3D8", HEX, {"cohesive": (1.0, -1.0), "thickness": 0.1}),
+    ("AC3D8R", HEX, {}),
+]
+
+
+def _mesh(nodes, copies):
+    """copies of one element, moved apart and perturbed, as (nodes, connectivity)."""
+    base = np.asarray(nodes, np.float64)
+    k = len(base)
+    all_nodes = np.concatenate([base * RNG.uniform(0.8, 1.2, base.shape) + 50.0 * i
+                                for i in range(copies)]).astype(np.float32)
+    conn = np.arange(copies * k, dtype=np.int32).reshape(copies, k)
+    return all_nodes, conn
+
+
+@pytest.mark.parametrize("name,nodes,options", FAMILIES, ids=[f[0] for f in FAMILIES])
+def test_compute_is_bit_identical_to_the_c_entry(direct, name, nodes, options):
+    xyz, conn = _mesh(nodes, 300)
+    density = RNG.uniform(1e-9, 8e-9, len(conn)).astype(np.float32)
+    density[5] = 0.0  # one failing element
+    material = st.AcousticFluid(2200.0, 0.0) if name.startswith("AC") else STEEL
+    thickness = options.get("thickness")
+    thick_array = None if thickness is None else np.full(len(conn), thickness, np.float32)
+    got = st.compute(name, xyz, conn, material, density, thickness,
+                     bulk_scale=options.get("bulk_scale", 1.0),
+                     section_area=options.get("section_area"), alpha=options.get("alpha", 0.0),
+                     beta=options.get("beta", 0.0), cohesive=options.get("cohesive"))
+    code, props = st.materials.resolve(material, acoustic=name.startswith("AC"))
+    section = [options.get("section_area", 0.0), options.get("alpha", 0.0),
+               options.get("beta", 0.0)]
+    dt, codes, result = direct(name, xyz, conn, code, props, density, thick_array,
+                               options.get("bulk_scale", 1.0), section, options.get("cohesive"))
+    assert got.dt.tobytes() == dt.tobytes()
+    assert np.array_equal(got.code, codes)
+    assert got.call_code == result
+    assert got.code[5] != 0
+
+
+# Property arrays against the layouts of the public header.
+MATERIALS = [
+    (st.Elastic(1.0, 0.25), 100, [1.0, 0.25]),
+    (st.OrthotropicStiffness(*range(1, 10)), 101, list(range(1, 10))),
+    (st.Lamina(1, 2, 0.3, 4, 5, 6), 102, [1, 2, 0.3, 4, 5, 6]),
+    (st.EngineeringConstants(*range(1, 10)), 9001, list(range(1, 10))),
+    (st.AnisotropicStiffness(np.arange(1, 22)), 103, list(range(1, 22))),
+    (st.AnisotropicStiffness(np.diag([1, 2, 3, 4, 5, 6]) + 9 * (np.eye(6, k=1) + np.eye(6, k=-1))),
+     103, [1, 9, 2, 0, 9, 3, 0, 0, 9, 4, 0, 0, 0, 9, 5, 0, 0, 0, 0, 9, 6]),
+    (st.Polynomial([1.5, 0.5, 7, 8], 0.01), 105, [2, 1.5, 0.5, 7, 8, 0.01]),
+    (st.Ogden([1, 2], [3, 4], 0.5), 107, [2, 1, 3, 2, 4, 0.5]),
+    (st.Foam([1, 2], [3, 4], [0.1, 0.2]), 109, [2, 1, 3, 2, 4, 0.1, 0.2]),
+    (st.ArrudaBoyce(1.0, 7.0, 0.2), 118, [0, 1.0, 7.0, 0.2]),
+    (st.FiveConstant(3.0, 0.4), 119, [0, 3.0, 0, 0, 0, 0.4]),
+    (st.DiagonalModulus(1, 2, 3), 125, [1, 2, 3]),
+    (st.SymmetricModulus(1, 2, 3, 4, 5, 6), 126, [1, 2, 3, 4, 5, 6]),
+    (st.Raw(100, [5.0, 0.1]), 100, [5.0, 0.1]),
+    ((9001, list(range(9))), 9001, list(range(9))),
+]
+
+
+@pytest.mark.parametrize("material,code,props", MATERIALS)
+def test_material_code_and_layout(material, code, props):
+    got_code, got_props = st.materials.resolve(material, planar=code in (125, 126))
+    assert got_code == code
+    assert got_props.dtype == np.float32
+    assert np.array_equal(got_props[:len(props)], np.float32(props))
+    assert not got_props[len(props):].any()
+
+
+def test_planar_modulus_tensor_layout(direct):
+    xyz, conn = _mesh(QUAD, 130)
+    got = st.compute("CPS4R", xyz, conn, st.SymmetricModulus2D(3e5, 1e5, 2e4), 7.85e-9)
+    dt, codes, _ = direct("CPS4R", xyz, conn, 126, np.float32([3e5, 1e5, 2e4, 0, 0, 0]),
+                          np.full(len(conn), 7.85e-9), None, 1.0, None, None)
+    assert got.dt.tobytes() == dt.tobytes() and np.array_equal(got.code, codes)
+    assert not got.code.any()
+
+
+def test_threaded_equals_single_threaded():
+    count = 100_000
+    nodes = RNG.uniform(0, 1000, (count + 1, 3)).astype(np.float32)
+    conn = np.column_stack([np.arange(count), np.arange(1, count + 1)]).astype(np.int32)
+    conn[[17, 40_000, 99_999], 1] = conn[[17, 40_000, 99_999], 0]  # zero length
+    density = RNG.uniform(1e-9, 1e-8, count).astype(np.float32)
+    density[[5, 70_001]] = -1.0
+    args = ("T3D2", nodes, conn, STEEL, density)
+    one = st.compute(*args, section_area=10.0, threads=1)
+    many = st.compute(*args, section_area=10.0, threads=4)
+    assert one.dt.tobytes() == many.dt.tobytes()
+    assert np.array_equal(one.code, many.code)
+    assert one.call_code == many.call_code == 200
+    groups = many.failures()
+    assert list(groups) == [st.Code.MATERIAL_UNUSABLE, st.Code.GEOMETRY_DEGENERATE]
+    assert groups[st.Code.GEOMETRY_DEGENERATE].tolist() == [17, 40_000, 99_999]
+
+
+class _Recorder:
+    """Stands in for the library: records its pointer arguments."""
+
+    def __init__(self):
+        self.calls = []
+
+    def __call__(self, *args):
+        self.calls.append(args)
+        return 0
+
+
+def test_contiguous_inputs_are_passed_without_copies(monkeypatch):
+    recorder = _Recorder()
+    monkeypatch.setattr(st.core._library, "load", lambda: recorder)
+    nodes = np.zeros((4, 3), np.float32)
+    conn = np.array([[0, 1], [2, 3]], np.int32)
+    density = np.ones(2, np.float32)
+    thickness = np.ones(2, np.float32)
+    st.compute("T3D2", nodes, conn, STEEL, density, thickness, section_area=1.0)
+    (args,) = recorder.calls
+    address = lambda p: st.core.ctypes.cast(p, st.core.ctypes.c_void_p).value
+    assert address(args[3]) == nodes.ctypes.data
+    assert address(args[4]) == conn.ctypes.data
+    assert address(args[7]) == density.ctypes.data
+    assert address(args[8]) == thickness.ctypes.data
+
+
+NODES = np.zeros((4, 3), np.float32)
+GOOD = dict(element_type="T3D2", nodes=NODES, connectivity=[[0, 1], [2, 3]], material=STEEL,
+            density=1.0, section_area=1.0)
+BAD_INPUTS = [
+    ({"element_type": "t3d2"}, ValueError, "did you mean 'T3D2'"),
+    ({"element_type": "XYZ9"}, ValueError, "element_type 'XYZ9'"),
+    ({"element_type": 5}, TypeError, "element_type"),
+    ({"nodes": np.zeros((4, 4))}, ValueError, "nodes must have shape"),
+    ({"nodes": np.zeros(12)}, ValueError, "nodes must have shape"),
+    ({"connectivity": [[0, 1, 2]]}, ValueError, "shape (elements, 2)"),
+    ({"connectivity": np.zeros((0, 2), int)}, ValueError, "no elements"),
+    ({"connectivity": [[0, 1], [2, 4]]}, ValueError, "element 1 refers to node 4"),
+    ({"connectivity": [[0, 1], [-1, 3]]}, ValueError, "element 1 refers to node -1"),
+    ({"connectivity": [[0, 1], [2.5, 3]]}, TypeError, "integers"),
+    ({"density": [1.0, 2.0, 3.0]}, ValueError, "density must be a scalar"),
+    ({"density": None}, TypeError, "density is required"),
+    ({"density": "heavy"}, TypeError, "density"),
+    ({"thickness": np.ones((2, 2))}, ValueError, "thickness"),
+    ({"section_area": None}, ValueError, "section_area is required for T3D2"),
+    ({"cohesive": [1.0]}, ValueError, "cohesive"),
+    ({"threads": 0}, ValueError, "threads"),
+    ({"bulk_scale": "1"}, TypeError, "bulk_scale"),
+    ({"material": (104, [1.0, 2.0])}, ValueError, "104 is not a known material"),
+    ({"material": (100, [1.0])}, ValueError, "needs 2 properties"),
+    ({"material": (105, [-1.0, 1.0, 1.0])}, ValueError, "negative term count"),
+    ({"material": (107, [3.0, 1.0, 1.0])}, ValueError, "needs 8 properties"),
+    ({"material": (109, [np.nan])}, ValueError, "finite"),
+    ({"material": "steel"}, TypeError, "material must be"),
+    ({"material": st.Elastic("hard", 0.3)}, ValueError, "material Elastic"),
+    ({"material": (100, ["a", "b"])}, TypeError, "material props"),
+    ({"material": st.AcousticFluid(1.0)}, TypeError, "acoustic"),
+    ({"material": st.Ogden([1.0], [2.0, 3.0])}, ValueError, "needs 1 values"),
+    ({"material": st.AnisotropicStiffness(np.arange(20))}, ValueError, "21 entries"),
+    ({"material": st.SymmetricModulus2D(1, 2, 3)}, TypeError, "planar element types"),
+    ({"material": (126, [1.0, 2.0, 3.0])}, ValueError, "needs 6 properties"),
+]
+
+
+@pytest.mark.parametrize("change,error,message", BAD_INPUTS)
+def test_bad_input_is_refused_before_the_library(monkeypatch, change, error, message):
+    def forbidden():
+        raise AssertionError("the library was reached")
+    monkeypatch.setattr(st.core._library, "load", forbidden)
+    kwargs = dict(GOOD, **change)
+    with pytest.raises(error) as info:
+        st.compute(**kwargs)
+    assert message in str(info.value)
+
+
+def test_chunks_start_on_batch_boundaries(monkeypatch):
+    recorder = _Recorder()
+    monkeypatch.setattr(st.core._library, "load", lambda: recorder)
+    count = 3 * core.MIN_CHUNK + 5
+    nodes = np.zeros((2, 3), np.float32)
+    conn = np.zeros((count, 2), np.int32)
+    st.compute("T3D2", nodes, conn, STEEL, 1.0, section_area=1.0, threads=3)
+    address = lambda p: st.core.ctypes.cast(p, st.core.ctypes.c_void_p).value
+    starts = sorted((address(args[4]) - conn.ctypes.data) // 8 for args in recorder.calls)
+    sizes = [args[2] for args in recorder.calls]
+    assert len(starts) > 1 and sum(sizes) == count
+    assert all(start % core.BATCH == 0 for start in starts)
+
+
+@pytest.mark.parametrize("material,code,props", MATERIALS)
+def test_material_objects_match_hand_laid_properties(direct, material, code, props):
+    xyz, conn = _mesh(HEX, 130)
+    got = st.compute("C3D8R", xyz, conn, material, 7.85e-9)
+    dt, codes, result = direct("C3D8R", xyz, conn, code, np.pad(np.float32(props), (0, 8)),
+                               np.full(len(conn), 7.85e-9), None, 1.0, None, None)
+    assert got.dt.tobytes() == dt.tobytes()
+    assert np.array_equal(got.code, codes) and got.call_code == result

@@ -1,0 +1,76 @@
+// Acoustic elements: the characteristic length from the continuum geometry
+// run on unit density and thickness (L^2 = measure * lsq), and the increment
+// 0.9 L / c, c = sqrt(K / rho), shortened by the fluid damping of the
+// highest mode with the damped central-difference factor sqrt(1 + xi^2) - xi.
+#include <cmath>
+
+#include "common/numerics.hpp"
+#include "stabletime/pipeline.h"
+
+namespace sti::acoustic {
+
+namespace {
+inline constexpr int kPlanar = 0x902404;
+inline constexpr int kAxisymmetric = 0x906404;
+inline constexpr int kSolid = 0x903C08;
+inline constexpr float kSafetyFactor = 0.9f;
+inline constexpr float kLargeDamping = 200.0f;
+}  // namespace
+
+void element_length(int n, int* elem_status, int shape_code, const float* tri_flag,
+                    const float* coords_g, float* element_mass, float* lsq) {
+  float unit_values[kBatchCapacity];
+  float work_a[kBatchCapacity], work_b[kBatchCapacity];
+  for (int e = 0; e < n; ++e) unit_values[e] = 1.0f;
+  if (shape_code == kPlanar) {
+    sti_ope_c2dq4geom(&n, elem_status, tri_flag, coords_g, work_a, work_b, element_mass,
+                      unit_values, unit_values, lsq);
+  } else if (shape_code == kAxisymmetric) {
+    sti_ope_caxq4geom(&n, elem_status, tri_flag, coords_g, element_mass, unit_values, lsq);
+  } else if (shape_code == kSolid) {
+    sti_ope_c3dh8geom(&n, elem_status, coords_g, work_a, work_b, element_mass, unit_values, lsq);
+  } else {
+    for (int e = 0; e < n; ++e) elem_status[e] = 4;
+  }
+  // With unit density the product of the two geometry outputs is L^2.
+  for (int e = 0; e < n; ++e) lsq[e] = std::sqrt(lsq[e] * element_mass[e]);
+}
+
+void increment(int n, int* elem_status, const float* density, const float* lsq,
+               float* stable_time, const float* material_props) {
+  const float bulk = material_props[0];
+  const float damping = material_props[1];
+  const float k_pad = bulk > kSmallestNormal ? 0.0f : 1.0f;
+  const float inv_k = (1.0f - k_pad) / (bulk + k_pad);
+  if (!(inv_k > 0.0f)) {  // no usable bulk modulus: the whole batch fails
+    for (int e = 0; e < n; ++e) elem_status[e] = 7;
+    return;
+  }
+  for (int e = 0; e < n; ++e) {
+    if (elem_status[e] != 0) continue;
+    const float rho = density[e];
+    const float r_pad = rho > kSmallestNormal ? 0.0f : 1.0f;
+    const float xi = std::sqrt((1.0f - r_pad) / (r_pad + rho) * inv_k) * damping;
+    // The first form is the limit of the second, free of its cancellation.
+    const float f = xi >= kLargeDamping ? 0.5f / xi : std::sqrt(xi * xi + 1.0f) - xi;
+    stable_time[e] = lsq[e] * kSafetyFactor * std::sqrt(std::fabs(rho) * inv_k) * f;
+  }
+}
+
+}  // namespace sti::acoustic
+
+extern "C" STI_EXPORT void sti_ele_acelementgeom(const int* batch_count,
+                                                 const int* /*geom_node_count*/,
+                                                 int* elem_status, const int* shape_code,
+                                                 const float* tri_flag, const float* coords_g,
+                                                 float* element_mass, float* lsq) {
+  sti::acoustic::element_length(*batch_count, elem_status, *shape_code, tri_flag, coords_g,
+                                element_mass, lsq);
+}
+
+extern "C" STI_EXPORT void sti_ope_acousticelemdt(const int* batch_count, int* elem_status,
+                                                  const float* density, const float* lsq,
+                                                  float* stable_time,
+                                                  const float* material_props) {
+  sti::acoustic::increment(*batch_count, elem_status, density, lsq, stable_time, material_props);
+}

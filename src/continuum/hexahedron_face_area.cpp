@@ -1,0 +1,93 @@
+// Second estimate of the length term of hexahedra, wedges and tetrahedra from
+// the largest face: L^2 = factor * V^2 / A^2, written as freq_a so that the
+// increment stage takes the greater of this and the volume-gradient estimate.
+// The factor of hexahedra and wedges rises with the aspect A^(3/2) / V from a
+// lower to an upper plateau; the tetrahedron has a fixed factor.
+#include <cmath>
+
+#include "continuum/face_measure.hpp"
+#include "stabletime/pipeline.h"
+
+namespace sti::continuum {
+
+namespace {
+
+inline constexpr float kTetMultiplier = 56.5504f;                              // 16 * 1.88^2
+inline constexpr float kWedgeMultiplier = std::bit_cast<float>(0x422AAAABu);  // 42.666668
+inline constexpr float kHexMultiplier = 16.0f;
+inline constexpr float kHexRise = std::bit_cast<float>(0x3E29FBE8u);    // 0.16600001
+inline constexpr float kWedgeRise = std::bit_cast<float>(0x3D8C49B8u);  // 0.06849998
+
+struct Blend {
+  float lower, rise, rate, upper_bound, upper;
+};
+inline constexpr Blend kHexBlend{0.504f, kHexRise, -2.5f, 5.0f, 0.67f};
+inline constexpr Blend kWedgeBlend{0.3045f, kWedgeRise, -0.85f, 7.0f, 0.373f};
+
+enum class Family { kTetrahedron, kWedge, kHexahedron };
+
+Family family_of(int elem_type_id) {
+  if (elem_type_id == 41 || elem_type_id == 415) return Family::kTetrahedron;
+  if (elem_type_id == 43 || elem_type_id == 416) return Family::kWedge;
+  return Family::kHexahedron;
+}
+
+inline float shape_factor(const Blend& b, float r) {
+  const float blended = b.lower + b.rise * (1.0f - std::exp(b.rate * (r - 1.0f)));
+  return r <= 1.0f ? b.lower : (r <= b.upper_bound ? blended : b.upper);
+}
+
+inline float estimate(float padded_volume, float multiplier, float c, float m) {
+  const float g = collapsed_face_pad(m);
+  return padded_volume * multiplier * c * (1.0f - g) / (m + g);
+}
+
+}  // namespace
+
+void hexahedron_face_area(int n, int elem_type_id, const float* coords, float* freq,
+                          const float* work_a, const float* work_b) {
+  if (n < 1) return;
+  float* freq_a = freq;
+  // Faces A to D hold every face of a tetrahedron stored as a hexahedron.
+  for (int e = 0; e < n; ++e) {
+    const float fa = face_measure(n, coords, e, 0, 1, 2, 3);
+    const float fb = face_measure(n, coords, e, 4, 5, 6, 7);
+    const float fc = face_measure(n, coords, e, 0, 1, 5, 4);
+    const float fd = face_measure(n, coords, e, 1, 2, 6, 5);
+    freq_a[e] = max_of(max_of(max_of(fa, fb), fc), fd);
+  }
+
+  switch (family_of(elem_type_id)) {
+    case Family::kTetrahedron:
+      for (int e = 0; e < n; ++e) {
+        const float m = freq_a[e];
+        freq_a[e] = estimate(work_a[e], kTetMultiplier, 1.0f, m);
+      }
+      break;
+    case Family::kWedge:
+      for (int e = 0; e < n; ++e) {
+        const float m = max_of(freq_a[e], face_measure(n, coords, e, 2, 3, 7, 6));
+        const float q = 0.0625f * m;
+        const float r = work_b[e] * std::sqrt(q) * std::sqrt(std::sqrt(q));
+        freq_a[e] = estimate(work_a[e], kWedgeMultiplier, shape_factor(kWedgeBlend, r), m);
+      }
+      break;
+    case Family::kHexahedron:
+      for (int e = 0; e < n; ++e) {
+        float m = max_of(freq_a[e], face_measure(n, coords, e, 2, 3, 7, 6));
+        m = max_of(m, face_measure(n, coords, e, 3, 0, 4, 7));
+        const float q = 0.0625f * m;
+        const float r = work_b[e] * std::sqrt(q) * std::sqrt(std::sqrt(q));
+        freq_a[e] = estimate(work_a[e], kHexMultiplier, shape_factor(kHexBlend, r), m);
+      }
+      break;
+  }
+}
+
+}  // namespace sti::continuum
+
+extern "C" STI_EXPORT void sti_ope_c3d8facearea(const int* batch_count, const int* elem_type_id,
+                                                const float* coords, float* freq,
+                                                const float* work_a, const float* work_b) {
+  sti::continuum::hexahedron_face_area(*batch_count, *elem_type_id, coords, freq, work_a, work_b);
+}

@@ -1,0 +1,119 @@
+// Measure, mass and length term of four-node plane and axisymmetric elements,
+// and of three-node ones stored as quadrilaterals with node 4 on node 1.
+// The length term is the measure over the squared gradient of the measure by
+// the corner coordinates, so that L^2 = measure * lsq and the increment is L/c.
+// A collapsed or inverted element gets a padded measure of 1 and finite
+// outputs, so that no later stage needs a guard; its status says it failed.
+#include "common/numerics.hpp"
+#include "stabletime/pipeline.h"
+
+namespace sti::continuum {
+
+namespace {
+inline constexpr float kSixth = std::bit_cast<float>(0x3E2AAAABu);         // 0.16666667
+inline constexpr float kTwentyFourth = std::bit_cast<float>(0x3D2AAAABu);  // 0.041666668
+}  // namespace
+
+void plane_quadrilateral(int n, int* elem_status, const float* tri_flag, const float* coords,
+                         float* work_a, float* work_b, float* element_mass,
+                         const float* thickness, const float* density, float* lsq) {
+  for (int e = 0; e < n; ++e) {
+    const float x1 = coords[at(n, 4, e, 0, 0)], y1 = coords[at(n, 4, e, 0, 1)];
+    const float x2 = coords[at(n, 4, e, 1, 0)], y2 = coords[at(n, 4, e, 1, 1)];
+    const float x3 = coords[at(n, 4, e, 2, 0)], y3 = coords[at(n, 4, e, 2, 1)];
+    const float x4 = coords[at(n, 4, e, 3, 0)], y4 = coords[at(n, 4, e, 3, 1)];
+    const float f = tri_flag[e];
+
+    const float a = x1 - x3, b = x2 - x4, c = y2 - y4, d = y3 - y1;
+    const float area = max_of(0.5f * (a * c + b * d), 0.0f);  // a NaN clamps to 0
+    const float p = area == 0.0f ? 1.0f : 0.0f;
+    const float padded = area + p;
+    work_a[e] = padded;
+    work_b[e] = (1.0f - p) / padded;
+    // The thickness test comes after the area test and overwrites its status.
+    int status = elem_status[e];
+    status = area == 0.0f ? 2 : status;
+    status = thickness[e] <= 0.0f ? 3 : status;
+    elem_status[e] = status;
+    element_mass[e] = thickness[e] * padded * density[e];
+
+    // Gradient of the area by x1, y1, x2, y2; nodes 3 and 4 carry the negatives.
+    const float u1 = c * 0.5f, u2 = b * -0.5f, u3 = d * 0.5f, u4 = a * 0.5f;
+    const float s = p + u1 * u1 + u2 * u2 + u3 * u3 + u4 * u4 - f * (u1 * u3 + u2 * u4);
+    lsq[e] = (kSixth * f + 0.5f) * padded / s;
+  }
+}
+
+void axisymmetric_quadrilateral(int n, int* elem_status, const float* tri_flag,
+                                const float* coords, float* element_mass, const float* density,
+                                float* lsq) {
+  constexpr float w = kTwentyFourth;
+  constexpr float h = 0.125f;
+  for (int e = 0; e < n; ++e) {
+    const float r1 = coords[at(n, 4, e, 0, 0)], z1 = coords[at(n, 4, e, 0, 1)];
+    const float r2 = coords[at(n, 4, e, 1, 0)], z2 = coords[at(n, 4, e, 1, 1)];
+    const float r3 = coords[at(n, 4, e, 2, 0)], z3 = coords[at(n, 4, e, 2, 1)];
+    const float r4 = coords[at(n, 4, e, 3, 0)], z4 = coords[at(n, 4, e, 3, 1)];
+    const float f = tri_flag[e];
+
+    const float R = r1 + r2 + r3 + r4;
+    const float P = r2 + r3 - r1 - r4;
+    const float Q = r3 + r4 - r1 - r2;
+    const float D = (r3 - r1) * (z4 - z2) - (r2 - r4) * (z1 - z3);
+    const float E = -(r2 - r3) * (z4 - z1) - (r1 - r4) * (z2 - z3);
+    const float F = -(r3 - r4) * (z2 - z1) + (r2 - r1) * (z3 - z4);
+
+    // Volume per radian; a negative signed area fails even where V stays positive.
+    const float v = max_of(0.125f * R * D + w * (P * F + Q * E), 0.0f);
+    const bool collapsed = max_of(D, 0.0f) * v == 0.0f;
+    const float p = collapsed ? 1.0f : 0.0f;
+    elem_status[e] = collapsed ? 1 : elem_status[e];
+    const float padded = v + p;
+    element_mass[e] = density[e] * padded;
+
+    // Integrals over the area of r dN/dr, r dN/dz and N for the bilinear shape functions.
+    const float s1 = (z4 - z2) * h * R, s2 = (z1 - z3) * h * R;
+    const float br1 = -s1 - w * ((z2 - z3) * Q + (z3 - z4) * P);
+    const float br2 = -s2 + w * ((z3 - z4) * P - (z4 - z1) * Q);
+    const float br3 = s1 + w * ((z4 - z1) * Q - (z2 - z1) * P);
+    const float br4 = s2 + w * ((z2 - z1) * P + (z2 - z3) * Q);
+    const float s3 = (r2 - r4) * h * R, s4 = (r3 - r1) * h * R;
+    const float bz1 = -s3 + w * ((r2 - r3) * Q + (r3 - r4) * P);
+    const float bz2 = -s4 - w * ((r3 - r4) * P + (r1 - r4) * Q);
+    const float bz3 = s3 + w * ((r1 - r4) * Q + (r2 - r1) * P);
+    const float bz4 = s4 - w * ((r2 - r1) * P + (r2 - r3) * Q);
+    const float t = D * h;
+    const float bh1 = t - w * (F + E), bh2 = t + w * (F - E);
+    const float bh3 = t + w * (F + E), bh4 = t - w * (F - E);
+
+    // A triangle folds node 4 into node 1.
+    const float g = 1.0f - f;
+    const float br1f = g * br1 + f * (br1 + br4), br4f = g * br4;
+    const float bz1f = g * bz1 + f * (bz1 + bz4), bz4f = g * bz4;
+    const float bh1f = g * bh1 + f * (bh1 + bh4), bh4f = g * bh4;
+
+    const float s = p + (br1f * br1f + br2 * br2 + br3 * br3 + br4f * br4f) +
+                    (bz1f * bz1f + bz2 * bz2 + bz3 * bz3 + bz4f * bz4f) +
+                    (bh1f * bh1f + bh2 * bh2 + bh3 * bh3 + bh4f * bh4f);
+    lsq[e] = padded / s;
+  }
+}
+
+}  // namespace sti::continuum
+
+extern "C" STI_EXPORT void sti_ope_c2dq4geom(const int* batch_count, int* elem_status,
+                                             const float* tri_flag, const float* coords,
+                                             float* work_a, float* work_b, float* element_mass,
+                                             const float* thickness, const float* density,
+                                             float* lsq) {
+  sti::continuum::plane_quadrilateral(*batch_count, elem_status, tri_flag, coords, work_a, work_b,
+                                      element_mass, thickness, density, lsq);
+}
+
+extern "C" STI_EXPORT void sti_ope_caxq4geom(const int* batch_count, int* elem_status,
+                                             const float* tri_flag, const float* coords,
+                                             float* element_mass, const float* density,
+                                             float* lsq) {
+  sti::continuum::axisymmetric_quadrilateral(*batch_count, elem_status, tri_flag, coords,
+                                             element_mass, density, lsq);
+}

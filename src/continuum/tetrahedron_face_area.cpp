@@ -1,0 +1,88 @@
+// Largest-face estimate of the length term for the hexahedral pieces of the
+// modified ten-node tetrahedron: freq_a = (16 * 128/75) V / m, m sixteen times
+// the squared area of the piece's largest face. Each piece has three outer
+// faces, measured at its own point, and three inner faces shared with the
+// other pieces. The inner faces are measured once and kept in columns 1 to 4
+// of freq for the later points, so the points must run in order 1, 2, 3, 4.
+// Point 3 leaves its own inner face B out of its estimate; it only serves point 4.
+#include "continuum/face_measure.hpp"
+#include "stabletime/pipeline.h"
+
+namespace sti::continuum {
+
+namespace {
+inline constexpr float kMultiplier = std::bit_cast<float>(0x41DA740Eu);  // 27.306667
+
+// Faces of a hexahedral piece, zero-based corners in order.
+inline float face_a(int n, const float* h, int e) { return face_measure(n, h, e, 0, 1, 2, 3); }
+inline float face_b(int n, const float* h, int e) { return face_measure(n, h, e, 4, 5, 6, 7); }
+inline float face_c(int n, const float* h, int e) { return face_measure(n, h, e, 0, 1, 5, 4); }
+inline float face_d(int n, const float* h, int e) { return face_measure(n, h, e, 1, 2, 6, 5); }
+inline float face_e(int n, const float* h, int e) { return face_measure(n, h, e, 2, 3, 7, 6); }
+inline float face_f(int n, const float* h, int e) { return face_measure(n, h, e, 3, 0, 4, 7); }
+}  // namespace
+
+void tetrahedron_piece_face_area(int n, int point_index, const float* hex_coords, float* freq,
+                                 const float* work_a) {
+  if (n < 1) return;
+  float* col0 = freq;
+  float* col1 = freq + n;
+  float* col2 = freq + 2 * n;
+  float* col3 = freq + 3 * n;
+  float* col4 = freq + 4 * n;
+
+  // Outer faces, which lie in the faces of the element.
+  for (int e = 0; e < n; ++e)
+    col0[e] = max_of(max_of(face_a(n, hex_coords, e), face_c(n, hex_coords, e)),
+                     face_f(n, hex_coords, e));
+
+  auto result = [&](int e, float m) {
+    const float g = collapsed_face_pad(m);
+    col0[e] = work_a[e] * kMultiplier * (1.0f - g) / (m + g);
+  };
+
+  switch (point_index) {
+    case 1:
+      for (int e = 0; e < n; ++e) {
+        const float b = face_b(n, hex_coords, e);
+        const float d = face_d(n, hex_coords, e);
+        const float f = face_e(n, hex_coords, e);
+        col1[e] = b;
+        col2[e] = d;
+        col3[e] = f;
+        result(e, max_of(max_of(max_of(col0[e], b), d), f));
+      }
+      break;
+    case 2:
+      for (int e = 0; e < n; ++e) {
+        const float d_of_point_1 = col2[e];
+        const float d = face_d(n, hex_coords, e);
+        const float b = face_b(n, hex_coords, e);
+        col4[e] = d;
+        col2[e] = b;
+        result(e, max_of(max_of(max_of(col0[e], d_of_point_1), d), b));
+      }
+      break;
+    case 3:
+      for (int e = 0; e < n; ++e) {
+        result(e, max_of(max_of(col0[e], col3[e]), col4[e]));
+        col3[e] = face_b(n, hex_coords, e);
+      }
+      break;
+    case 4:
+      for (int e = 0; e < n; ++e)
+        result(e, max_of(max_of(max_of(col0[e], col1[e]), col2[e]), col3[e]));
+      break;
+    default:
+      break;
+  }
+}
+
+}  // namespace sti::continuum
+
+extern "C" STI_EXPORT void sti_ope_c3d10mfacearea(const int* batch_count, const int* point_index,
+                                                  const float* hex_coords, float* freq,
+                                                  const float* work_a) {
+  sti::continuum::tetrahedron_piece_face_area(*batch_count, *point_index, hex_coords, freq,
+                                              work_a);
+}

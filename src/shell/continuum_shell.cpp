@@ -1,0 +1,93 @@
+// Geometry of the continuum shells SC8R and SC6R: the mid-surface measured in
+// its own plane as a one-point quadrilateral, with the section thickness in
+// the mass, and the stack judged as a shell. A stack far too thin for its span,
+// or one whose upper or lower face has folded over or stands edge-on, fails
+// with the area status; the stack's own thickness enters no output.
+#include <cmath>
+
+#include "common/numerics.hpp"
+#include "stabletime/pipeline.h"
+
+namespace sti::shell {
+
+namespace {
+inline constexpr float kSixth = std::bit_cast<float>(0x3E2AAAABu);      // 0.16666667
+inline constexpr float kThinLimit = std::bit_cast<float>(0x358637BDu);  // 1.0e-6
+
+inline float global_length(const float* d, int n, int e, int k) {
+  const float x = d[at(n, 4, e, k, 0)], y = d[at(n, 4, e, k, 1)], z = d[at(n, 4, e, k, 2)];
+  return std::sqrt(x * x + y * y + z * z);
+}
+}  // namespace
+
+void continuum_shell(int n, int* __restrict elem_status, const float* __restrict tri_flag,
+                     const float* __restrict local_g, const float* __restrict coords_d,
+                     const float* __restrict local_d, float* __restrict element_mass,
+                     const float* __restrict thickness, const float* __restrict density,
+                     float* __restrict lsq) {
+  for (int e = 0; e < n; ++e) {
+    const float x1 = local_g[at(n, 4, e, 0, 0)], y1 = local_g[at(n, 4, e, 0, 1)];
+    const float x2 = local_g[at(n, 4, e, 1, 0)], y2 = local_g[at(n, 4, e, 1, 1)];
+    const float x3 = local_g[at(n, 4, e, 2, 0)], y3 = local_g[at(n, 4, e, 2, 1)];
+    const float x4 = local_g[at(n, 4, e, 3, 0)], y4 = local_g[at(n, 4, e, 3, 1)];
+    const float tri = tri_flag[e];
+
+    // Mid-surface as a one-point quadrilateral. The frame turns over with the
+    // node order, so the area is negative only by rounding.
+    const float x13 = x1 - x3, x24 = x2 - x4, y24 = y2 - y4, y31 = y3 - y1;
+    const float area = max_of(0.5f * (x13 * y24 + x24 * y31), 0.0f);
+    const float g = area == 0.0f ? 1.0f : 0.0f;
+    elem_status[e] = area == 0.0f ? 2 : elem_status[e];
+    const float padded = area + g;
+    elem_status[e] = 0.0f >= thickness[e] ? 3 : elem_status[e];
+    element_mass[e] = thickness[e] * density[e] * padded;
+
+    const float e1 = 0.5f * y24, e2 = -0.5f * x24, e3 = 0.5f * y31, e4 = 0.5f * x13;
+    const float w = g + e1 * e1 + e2 * e2 + e3 * e3 + e4 * e4 - tri * (e1 * e3 + e2 * e4);
+    const float l = (tri * kSixth + 0.5f) * padded / w;
+    lsq[e] = l;
+
+    // Thinness, on the half-thickness vectors in three dimensions: the
+    // smallest may not fall below a thousandth of the characteristic length.
+    const float d1 = global_length(coords_d, n, e, 0), d2 = global_length(coords_d, n, e, 1);
+    const float d3 = global_length(coords_d, n, e, 2), d4 = global_length(coords_d, n, e, 3);
+    const float h = max_of(0.0f, min_of(min_of(min_of(d1, d2), d3), d4));
+    elem_status[e] = l * kThinLimit * padded > h * h ? 2 : elem_status[e];
+  }
+
+  // Folding: twice the signed area of each face as seen along the mid-surface
+  // normal must stay positive.
+  for (int e = 0; e < n; ++e) {
+    const float x1 = local_g[at(n, 4, e, 0, 0)], y1 = local_g[at(n, 4, e, 0, 1)];
+    const float x2 = local_g[at(n, 4, e, 1, 0)], y2 = local_g[at(n, 4, e, 1, 1)];
+    const float x3 = local_g[at(n, 4, e, 2, 0)], y3 = local_g[at(n, 4, e, 2, 1)];
+    const float x4 = local_g[at(n, 4, e, 3, 0)], y4 = local_g[at(n, 4, e, 3, 1)];
+    const float u1 = local_d[at(n, 4, e, 0, 0)], v1 = local_d[at(n, 4, e, 0, 1)];
+    const float u2 = local_d[at(n, 4, e, 1, 0)], v2 = local_d[at(n, 4, e, 1, 1)];
+    const float u3 = local_d[at(n, 4, e, 2, 0)], v3 = local_d[at(n, 4, e, 2, 1)];
+    const float u4 = local_d[at(n, 4, e, 3, 0)], v4 = local_d[at(n, 4, e, 3, 1)];
+
+    const float uf1 = (u3 + (x3 - x1)) - u1;
+    const float uf2 = (v4 + (y4 - y2)) - v2;
+    const float uf3 = (u2 + (x2 - x4)) - u4;
+    const float uf4 = (v3 + (y3 - y1)) - v1;
+    elem_status[e] = 0.0f >= uf1 * uf2 + uf3 * uf4 ? 2 : elem_status[e];
+
+    const float lf1 = ((x3 - x1) - u3) + u1;
+    const float lf2 = ((y4 - y2) - v4) + v2;
+    const float lf3 = ((x2 - x4) - u2) + u4;
+    const float lf4 = ((y3 - y1) - v3) + v1;
+    elem_status[e] = 0.0f >= lf1 * lf2 + lf3 * lf4 ? 2 : elem_status[e];
+  }
+}
+
+}  // namespace sti::shell
+
+extern "C" STI_EXPORT void sti_ope_sc3dgeom(const int* batch_count, int* elem_status,
+                                            const float* tri_flag, const float* local_g,
+                                            const float* coords_d, const float* local_d,
+                                            float* element_mass, const float* thickness,
+                                            const float* density, float* lsq) {
+  sti::shell::continuum_shell(*batch_count, elem_status, tri_flag, local_g, coords_d, local_d,
+                              element_mass, thickness, density, lsq);
+}

@@ -1,0 +1,121 @@
+// Mass and length terms of the fully integrated membrane at one integration
+// point, and of the axisymmetric shell. The length term is chosen so that
+// lsq * element_mass = thickness * density / sum |grad N_i|^2, the gradients
+// taken in the element's plane at this point: the square of the element's
+// wave transit length. A collapsed point gets a padded Jacobian of 1 and
+// finite outputs, and its status says it failed.
+#include <cmath>
+
+#include "common/numerics.hpp"
+#include "stabletime/pipeline.h"
+
+namespace sti::shell {
+
+namespace {
+constexpr int kRuleNodes = 4;
+}  // namespace
+
+void full_membrane(int n, int* __restrict elem_status, int point_index,
+                   const float* __restrict tri_flag, const float* rule_dn1, const float* rule_dn2,
+                   const float* __restrict local_g, float* __restrict work_a,
+                   float* __restrict work_b, float* __restrict element_mass,
+                   const float* __restrict thickness, const float* __restrict density,
+                   float* __restrict lsq) {
+  if (n < 1) return;
+  const int row = kRuleNodes * (point_index - 1);
+  const float a1 = rule_dn1[row + 0], a2 = rule_dn1[row + 1];
+  const float a3 = rule_dn1[row + 2], a4 = rule_dn1[row + 3];
+  const float b1 = rule_dn2[row + 0], b2 = rule_dn2[row + 1];
+  const float b3 = rule_dn2[row + 2], b4 = rule_dn2[row + 3];
+  for (int e = 0; e < n; ++e) {
+    const float x1 = local_g[at(n, 4, e, 0, 0)], y1 = local_g[at(n, 4, e, 0, 1)];
+    const float x2 = local_g[at(n, 4, e, 1, 0)], y2 = local_g[at(n, 4, e, 1, 1)];
+    const float x3 = local_g[at(n, 4, e, 2, 0)], y3 = local_g[at(n, 4, e, 2, 1)];
+    const float x4 = local_g[at(n, 4, e, 3, 0)], y4 = local_g[at(n, 4, e, 3, 1)];
+
+    const float j11 = a1 * x1 + a2 * x2 + a3 * x3 + a4 * x4;
+    const float j12 = a1 * y1 + a2 * y2 + a3 * y3 + a4 * y4;
+    const float j21 = b1 * x1 + b2 * x2 + b3 * x3 + b4 * x4;
+    const float j22 = b1 * y1 + b2 * y2 + b3 * y3 + b4 * y4;
+
+    // In the point's own frame J is the length of the tangents' cross
+    // product; the clamp only catches rounding (and a NaN).
+    const float jac = max_of(j11 * j22 - j21 * j12, 0.0f);
+    const float g = jac == 0.0f ? 1.0f : 0.0f;
+    elem_status[e] = jac == 0.0f ? 2 : elem_status[e];
+    const float padded = jac + g;
+    work_a[e] = padded;
+    work_b[e] = (1.0f - g) / padded;
+
+    // Shape function gradients times J; the pairs of the bilinear derivative
+    // tables let the first and third of one and the first two of the other do.
+    const float p1 = a1 * j22 - b1 * j12;
+    const float p2 = -(a1 * j22 + b2 * j12);
+    const float p3 = b2 * j12 + a3 * j22;
+    const float p4 = b1 * j12 - a3 * j22;
+    const float q1 = b1 * j11 - a1 * j21;
+    const float q2 = a1 * j21 + b2 * j11;
+    const float q3 = -(b2 * j11 + a3 * j21);
+    const float q4 = a3 * j21 - b1 * j11;
+    // A stored triangle merges the gradients of nodes 1 and 4.
+    const float w = p1 * p1 + p2 * p2 + p3 * p3 + p4 * p4 + q1 * q1 + q2 * q2 + q3 * q3 + q4 * q4 +
+                    2.0f * tri_flag[e] * (p1 * p4 + q1 * q4) + g;
+    lsq[e] = padded / w;
+
+    element_mass[e] = thickness[e] * padded * density[e];
+    // The thickness test overwrites a status 2 of the same element.
+    elem_status[e] = 0.0f >= thickness[e] ? 3 : elem_status[e];
+  }
+}
+
+void axisymmetric_shell(int n, int* __restrict elem_status, const float* __restrict coords_g,
+                        float* __restrict local_line, float* __restrict element_mass,
+                        const float* __restrict thickness, const float* __restrict density,
+                        float* __restrict lsq) {
+  for (int e = 0; e < n; ++e) {
+    const float x1 = coords_g[at(n, 2, e, 0, 0)], y1 = coords_g[at(n, 2, e, 0, 1)];
+    const float x2 = coords_g[at(n, 2, e, 1, 0)], y2 = coords_g[at(n, 2, e, 1, 1)];
+    const float dx = x2 - x1, dy = y2 - y1;
+    const float l = std::sqrt(dx * dx + dy * dy);
+    const float f = guarded_reciprocal(l);
+    const float c = dx * f, s = dy * f;
+
+    local_line[at(n, 2, e, 0, 0)] = x1 * c + y1 * s;
+    local_line[at(n, 2, e, 0, 1)] = y1 * c - x1 * s;
+    local_line[at(n, 2, e, 1, 0)] = x2 * c + y2 * s;
+    local_line[at(n, 2, e, 1, 1)] = y2 * c - x2 * s;
+
+    const float length_along = local_line[at(n, 2, e, 1, 0)] - local_line[at(n, 2, e, 0, 0)];
+    const float r = (x1 + x2) * 0.5f;  // mean radius
+    const float t = max_of(0.0f, length_along * r);
+    const float ext = 0.25f * length_along * length_along + r * r;
+    const float g2 = kSmallestNormal > ext ? 1.0f : 0.0f;
+    lsq[e] = (1.0f - g2) * t / (ext + g2);
+    element_mass[e] = density[e] * thickness[e] * t;  // per radian
+
+    elem_status[e] = 0.0f >= lsq[e] ? 1 : elem_status[e];
+    elem_status[e] = 0.0f >= thickness[e] ? 3 : elem_status[e];
+  }
+}
+
+}  // namespace sti::shell
+
+extern "C" STI_EXPORT void sti_ope_m3d4geom(const int* batch_count, int* elem_status,
+                                            const int* point_index, const int* run_point_count,
+                                            const float* tri_flag, const float* rule_dn1,
+                                            const float* rule_dn2, const float* local_g,
+                                            float* work_a, float* work_b, float* element_mass,
+                                            const float* thickness, const float* density,
+                                            float* lsq) {
+  (void)run_point_count;  // an array extent only
+  sti::shell::full_membrane(*batch_count, elem_status, *point_index, tri_flag, rule_dn1, rule_dn2,
+                            local_g, work_a, work_b, element_mass, thickness, density, lsq);
+}
+
+extern "C" STI_EXPORT void sti_ope_maxl2geom(const int* batch_count, int* elem_status,
+                                             const float* coords_g, float* local_line,
+                                             float* element_mass, const float* thickness,
+                                             const float* density, float* lsq) {
+  sti::shell::axisymmetric_shell(*batch_count, elem_status, coords_g, local_line, element_mass,
+                                 thickness, density, lsq);
+}

@@ -1,0 +1,103 @@
+// Shape terms of the plane-stress frequency bound of triangles and
+// quadrilaterals, lambda_max = freq_a (1 + sqrt(1 - 4 freq_b (1 - nu^2))).
+// The shape is known here and the material only in the increment stage, so
+// this writes the two columns freq_a and freq_b and the increment stage
+// evaluates the bound. Degenerate shapes give zero or finite terms through
+// pads; their status was set by the area geometry before.
+#include <cmath>
+
+#include "common/numerics.hpp"
+#include "stabletime/pipeline.h"
+
+namespace sti::shell {
+
+namespace {
+inline constexpr float kTriangleFactor = std::bit_cast<float>(0x3DC5F02Au);  // 0.09664948
+inline constexpr float kQuadFactor = std::bit_cast<float>(0x3E8B2164u);      // 0.27173913
+inline constexpr float kHeightFactor = std::bit_cast<float>(0x3F855555u);    // 1.0416666
+
+inline float squared_distance(float xa, float ya, float xb, float yb) {
+  const float dx = xb - xa, dy = yb - ya;
+  return dx * dx + dy * dy;
+}
+}  // namespace
+
+void triangle_frequency(int n, const float* coords, const float* work_b, float* freq) {
+  float* freq_a = freq;
+  float* freq_b = freq + n;
+  for (int e = 0; e < n; ++e) {
+    const float x1 = coords[at(n, 4, e, 0, 0)], y1 = coords[at(n, 4, e, 0, 1)];
+    const float x2 = coords[at(n, 4, e, 1, 0)], y2 = coords[at(n, 4, e, 1, 1)];
+    const float x3 = coords[at(n, 4, e, 2, 0)], y3 = coords[at(n, 4, e, 2, 1)];
+    const float dx1 = x1 - x3, dx2 = x3 - x2, dx3 = x2 - x1;
+    const float dy1 = y1 - y3, dy2 = y3 - y2, dy3 = y2 - y1;
+    const float sx = dx1 * dx1 + dx2 * dx2 + dx3 * dx3;
+    const float sy = dy1 * dy1 + dy2 * dy2 + dy3 * dy3;
+    const float sxy = dx1 * dy1 + dx2 * dy2 + dx3 * dy3;
+    const float s = sx + sy;
+    freq_a[e] = kTriangleFactor * work_b[e] * s;
+    const float r = std::sqrt(max_of(0.0f, sx * sy - sxy * sxy)) / s;
+    freq_b[e] = r * r;
+  }
+}
+
+void quadrilateral_frequency(int full_integration, int n, const float* coords,
+                             const float* work_a, const float* work_b, float* freq) {
+  float* freq_a = freq;
+  float* freq_b = freq + n;
+  for (int e = 0; e < n; ++e) {
+    const float x1 = coords[at(n, 4, e, 0, 0)], y1 = coords[at(n, 4, e, 0, 1)];
+    const float x2 = coords[at(n, 4, e, 1, 0)], y2 = coords[at(n, 4, e, 1, 1)];
+    const float x3 = coords[at(n, 4, e, 2, 0)], y3 = coords[at(n, 4, e, 2, 1)];
+    const float x4 = coords[at(n, 4, e, 3, 0)], y4 = coords[at(n, 4, e, 3, 1)];
+    const float l12 = squared_distance(x1, y1, x2, y2);
+    const float l23 = squared_distance(x2, y2, x3, y3);
+    const float l34 = squared_distance(x3, y3, x4, y4);
+    float l41 = squared_distance(x4, y4, x1, y1);
+    const float d13 = squared_distance(x1, y1, x3, y3);
+    const float d24 = squared_distance(x2, y2, x4, y4);
+
+    if (full_integration != 1) {
+      const float p = l23 - l41, q = l12 - l34;
+      const float s = d13 + d24;
+      const float f = s >= kSmallestNormal ? 0.0f : 1.0f;
+      freq_a[e] = kQuadFactor * work_b[e] * ((q * q + p * p) * 0.5f * work_b[e] + s);
+      const float r = work_a[e] * 2.0f * (1.0f - f) / (s + f);
+      freq_b[e] = r * r;
+      continue;
+    }
+
+    // Fully integrated: the bound from a minimum height; a collapsed last edge
+    // must not count as the shortest side.
+    l41 = l41 <= kSmallestNormal ? kLargestFloat : l41;
+    const float area = (0.0f - (y3 - y1) * (x4 - x2) + (y4 - y2) * (x3 - x1)) * 0.5f;
+    const float dm = min_of(d13, d24);
+    const float f1 = dm <= kSmallestNormal ? 1.0f : 0.0f;
+    const float opposite = max_of(l12 + l34 + 2.0f * std::sqrt(l12 * l34),
+                                  l23 + l41 + 2.0f * std::sqrt(l23 * l41));
+    const float lm = l41 > kSmallestNormal ? opposite : max_of(l12, l23, l34);
+    const float f2 = lm < kSmallestNormal ? 1.0f : 0.0f;
+    const float em = min_of(min_of(min_of(l12, l23), l34), l41);
+    const float a2 = area * area;
+    const float h =
+        min_of(max_of(em, a2 * (1.0f - f1) / (dm + f1)), 4.0f * a2 * (1.0f - f2) / (lm + f2));
+    const float f3 = h <= kSmallestNormal ? 1.0f : 0.0f;
+    freq_a[e] = work_a[e] * kHeightFactor * (1.0f - f3) / (h + f3);
+    freq_b[e] = 0.0f;
+  }
+}
+
+}  // namespace sti::shell
+
+extern "C" STI_EXPORT void sti_ope_3nodeelempsfreqgeom(const int* batch_count, const float* coords,
+                                                       const float* work_b, float* freq) {
+  sti::shell::triangle_frequency(*batch_count, coords, work_b, freq);
+}
+
+extern "C" STI_EXPORT void sti_ope_4nodeelempsfreqgeom(const int* full_integration,
+                                                       const int* batch_count,
+                                                       const float* coords, const float* work_a,
+                                                       const float* work_b, float* freq) {
+  sti::shell::quadrilateral_frequency(*full_integration, *batch_count, coords, work_a, work_b,
+                                      freq);
+}

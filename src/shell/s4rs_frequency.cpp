@@ -1,0 +1,66 @@
+// Frequency terms and length term of the small-strain shells S4RS and S4RSW.
+// The two frequency columns bound the element's highest frequency the same
+// way as for other plane-stress quadrilaterals, with their own factor; the
+// length term replaces the one of the area geometry by the area over the
+// larger of a diagonal measure and the longest edge, so that a distorted or
+// triangular shell is measured by its shortest wave path. These shells take
+// this route whatever their frequency flag says.
+#include "common/numerics.hpp"
+#include "stabletime/pipeline.h"
+
+namespace sti::shell {
+
+namespace {
+inline constexpr float kShellFrequencyFactor = std::bit_cast<float>(0x3E83F571u);  // 0.25773194
+
+inline float squared_distance(float xa, float ya, float xb, float yb) {
+  const float dx = xb - xa, dy = yb - ya;
+  return dx * dx + dy * dy;
+}
+}  // namespace
+
+void small_strain_shell_frequency(int n, const float* __restrict coords,
+                                  const float* __restrict work_a, const float* __restrict work_b,
+                                  float* __restrict lsq, const float* __restrict tri_flag,
+                                  float* __restrict freq) {
+  float* __restrict freq_a = freq;
+  float* __restrict freq_b = freq + n;
+  for (int e = 0; e < n; ++e) {
+    const float x1 = coords[at(n, 4, e, 0, 0)], y1 = coords[at(n, 4, e, 0, 1)];
+    const float x2 = coords[at(n, 4, e, 1, 0)], y2 = coords[at(n, 4, e, 1, 1)];
+    const float x3 = coords[at(n, 4, e, 2, 0)], y3 = coords[at(n, 4, e, 2, 1)];
+    const float x4 = coords[at(n, 4, e, 3, 0)], y4 = coords[at(n, 4, e, 3, 1)];
+    const float t = tri_flag[e];
+    const float l12 = squared_distance(x1, y1, x2, y2);
+    const float l23 = squared_distance(x2, y2, x3, y3);
+    const float l34 = squared_distance(x3, y3, x4, y4);
+    const float l41 = squared_distance(x4, y4, x1, y1);
+    const float d13 = squared_distance(x1, y1, x3, y3);
+    const float d24 = squared_distance(x2, y2, x4, y4);
+
+    const float s = d24 + d13, p = l12 - l34, q = l23 - l41;
+    freq_a[e] = work_b[e] * kShellFrequencyFactor * (s + 0.5f * (p * p + q * q) * work_b[e]);
+    // No guard: an element with zero diagonals has failed its area already.
+    const float r = 2.0f * work_a[e] / s;
+    freq_b[e] = r * r;
+
+    const float w = work_b[e] != 0.0f ? 0.5f : 0.0f;
+    const float c1 = w * (y2 - y4), c2 = 0.0f - w * (x2 - x4);
+    const float c3 = w * (y3 - y1), c4 = 0.0f - w * (x3 - x1);
+    const float bq = c1 * c1 + c2 * c2 + c3 * c3 + c4 * c4;
+    // A stored triangle's closing edge runs from node 3 back to node 1.
+    const float lq = max_of(max_of(l12, l23, l34), l41 + l12 * t);
+    const float v = max_of((2.0f - 1.5f * t) * bq, (1.0f - 0.625f * t) * lq);
+    const float f = v <= 0.0f ? 1.0f : 0.0f;
+    lsq[e] = (1.0f - f) * work_a[e] / (v + f);
+  }
+}
+
+}  // namespace sti::shell
+
+extern "C" STI_EXPORT void sti_ope_s4rsfreqgeom(const int* batch_count, const float* coords,
+                                                const float* work_a, const float* work_b,
+                                                float* lsq, const float* tri_flag, float* freq) {
+  sti::shell::small_strain_shell_frequency(*batch_count, coords, work_a, work_b, lsq, tri_flag,
+                                           freq);
+}
