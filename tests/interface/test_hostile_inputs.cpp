@@ -54,11 +54,14 @@ std::vector<Row> hostile_rows() {
     // failure into a material failure; acoustic types never read it.
     rows.push_back({"thickness zero", n, set_all_thickness(0.0f), ac ? 0 : 200, ac ? 0 : 200});
     rows.push_back({"thickness negative", n, set_all_thickness(-0.5f), ac ? 0 : 200, ac ? 0 : 200});
+    // Cohesive types measure their opening last: zero opening is a section
+    // failure that overwrites the degenerate area.
+    const int coincident = sti_test::is_cohesive(n) ? 100 : 400;
     rows.push_back({"coincident nodes", n,
                     [](Call& c) {
                       for (float& v : c.mesh.nodes) v = 1.0f;
                     },
-                    400, 400});
+                    coincident, coincident});
     rows.push_back({"unknown material code 104", n, [](Call& c) { c.material_code = 104; },
                     ac ? 0 : 200, ac ? 0 : 200});
     rows.push_back({"negative material code", n, [](Call& c) { c.material_code = -100; },
@@ -111,8 +114,12 @@ std::vector<Row> hostile_rows() {
                   [](Call& c) { c.material_props = {0.0f, 0.3f}; }, 200, 200});
   rows.push_back({"material 100 E negative on a truss", "T3D2",
                   [](Call& c) { c.material_props = {-200.0f, 0.3f}; }, 200, 200});
+  // With no terms, 105 still takes G0 from C10 and C01 and 107 takes its bulk
+  // modulus from D1 in entry 1, so both stay usable; 109 has nothing left. A
+  // negative count, which would place D1 before the array, rejects the batch.
   for (int code : {105, 107, 109}) {
     for (float terms : {0.0f, -1.0f, -1e9f}) {
+      const int outcome = code == 109 || terms < 0.0f ? 200 : 0;
       rows.push_back({"material " + std::to_string(code) + " term count " + std::to_string(terms),
                       "T3D2",
                       [code, terms](Call& c) {
@@ -120,7 +127,7 @@ std::vector<Row> hostile_rows() {
                         c.material_props.assign(32, 1.0f);
                         c.material_props[0] = terms;
                       },
-                      200, 200});
+                      outcome, outcome});
     }
   }
   return rows;
