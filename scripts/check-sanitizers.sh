@@ -12,7 +12,10 @@ cmake -S . -B build-asan "${common[@]}" -DSTI_SANITIZE=address
 cmake --build build-asan --parallel "$jobs"
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:strict_string_checks=1 \
 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
-  ctest --test-dir build-asan --output-on-failure
+  ctest --test-dir build-asan --output-on-failure -E '^python$'
+# (The Python binding test loads the library into an uninstrumented
+# interpreter, which the address sanitizer's runtime refuses; the binding
+# calls the same entry that the C++ tests above cover.)
 
 cmake -S . -B build-tsan "${common[@]}" -DSTI_SANITIZE=thread
 cmake --build build-tsan --parallel "$jobs" --target test_interface
