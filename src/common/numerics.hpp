@@ -29,6 +29,15 @@ inline float max_of(float a, float b) { return a > b ? a : b; }
 inline float min_of(float a, float b) { return a < b ? a : b; }
 inline float max_of(float a, float b, float c) { return max_of(max_of(a, b), c); }
 
+// cond ? a : b, formed on the bits. A plain select lets the compiler split an
+// operation over it (q / (c ? a : b) into c ? q / a : q / b) and evaluate both
+// sides in a vectorised loop; this form keeps a safe divisor safe.
+inline float select_bits(bool cond, float a, float b) {
+  const std::uint32_t mask = cond ? 0xFFFFFFFFu : 0u;
+  return std::bit_cast<float>((std::bit_cast<std::uint32_t>(a) & mask) |
+                              (std::bit_cast<std::uint32_t>(b) & ~mask));
+}
+
 // Guarded reciprocal: 1/v, or exactly 0 when v is below the smallest normal
 // float, with no branch and no division by zero. The strict form (v < tiny)
 // serves membranes and most stages; the non-strict form (v <= tiny) serves the

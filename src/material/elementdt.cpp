@@ -17,8 +17,9 @@ constexpr float kLargeDamping = 200.0f;  // from here on the limit form 0.5 / xi
 inline float damped(float x, float bulk_b1, float a, float beta) {
   const float xi = bulk_b1 + a * x + beta / x;
   const bool large = xi >= kLargeDamping;
-  // The untaken side of the select divides by 1, so nothing divides by zero.
-  const float limit = 0.5f / (large ? xi : 1.0f);
+  // The limit form divides by 1 where it is not taken, so that no lane of a
+  // vectorised loop divides by zero.
+  const float limit = 0.5f / select_bits(large, xi, 1.0f);
   const float root = std::sqrt(1.0f + xi * xi) - xi;
   return x * (large ? limit : root);
 }
@@ -45,7 +46,7 @@ inline float plane_stress_increment(float g2, float k3, float m, float l, float 
     const float d =
         (1.0f + std::sqrt(max_of(0.0f, 1.0f - 4.0f * freq_b * (1.0f - nu2 * nu2)))) * freq_a;
     const bool usable = d > kSmallestNormal;
-    const float c = usable ? 1.0f / (usable ? d : 1.0f) : 0.0f;
+    const float c = usable ? 1.0f / select_bits(usable, d, 1.0f) : 0.0f;
     l = max_of(c, l);
   }
   return std::sqrt(l * m / p);
