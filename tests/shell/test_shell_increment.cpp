@@ -1,7 +1,6 @@
 // Membranes, shells and continuum shells end to end through the public entry:
-// a flat shell is the plane-stress element of its plane, the increment does
-// not see rigid motions and doubles with the lengths, and failures stay with
-// their own elements.
+// a flat shell is the plane-stress element of its plane, worked increments,
+// and failures that stay with their own elements across batch boundaries.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -77,15 +76,6 @@ Mesh stacks(int nodes, int count, P3 rise, unsigned seed) {
   return sti_test::joined(parts);
 }
 
-struct Family {
-  const char* name;
-  int nodes;
-};
-const Family kSurfaceFamilies[] = {
-    {"M3D3", 3}, {"M3D4", 4}, {"M3D4R", 4}, {"S3", 3},   {"S3R", 3},  {"S3T", 3},   {"S3RT", 3},
-    {"S3RS", 3}, {"S4", 4},   {"S4R", 4},   {"S4RT", 4}, {"S4RS", 4}, {"S4RSW", 4},
-};
-
 Mesh sample_mesh(const std::string& name, int nodes, int count, unsigned seed) {
   if (name == "SC8R" || name == "SC6R") return stacks(nodes, count, {0.05f, -0.03f, 0.2f}, seed);
   if (name == "SAX1") {
@@ -116,20 +106,18 @@ TEST(ShellIncrement, FlatShellIsThePlaneStressElement) {
     const char* plane;
     int nodes;
   };
-  const Row rows[] = {{"S4R", "CPS4R", 4},   {"S4", "CPS4R", 4},  {"S4RT", "CPS4R", 4},
-                      {"M3D4R", "CPS4R", 4}, {"M3D3", "CPS3", 3}, {"S3", "CPS3", 3},
-                      {"S3R", "CPS3", 3},    {"S3T", "CPS3", 3},  {"S3RT", "CPS3", 3},
-                      {"S3RS", "CPS3", 3}};
+  // S4, S3RT and S3RS are pinned bit for bit to S4R and S3 below.
+  const Row rows[] = {{"S4R", "CPS4R", 4}, {"S4RT", "CPS4R", 4}, {"M3D4R", "CPS4R", 4},
+                      {"M3D3", "CPS3", 3}, {"S3", "CPS3", 3},    {"S3R", "CPS3", 3},
+                      {"S3T", "CPS3", 3}};
   for (const Row& row : rows) {
-    for (float z0 : {0.0f, 4.0f}) {
-      const Mesh mesh = flat_elements(row.nodes, 40, z0, 11);
-      const auto shell = run(shell_call(row.shell, mesh));
-      const auto plane = run(shell_call(row.plane, mesh));
-      ASSERT_EQ(shell.code, 0) << row.shell;
-      ASSERT_EQ(plane.code, 0) << row.plane;
-      for (size_t e = 0; e < shell.dt.size(); ++e)
-        EXPECT_LE(ulp_distance(shell.dt[e], plane.dt[e]), 4) << row.shell << " element " << e;
-    }
+    const Mesh mesh = flat_elements(row.nodes, 40, 0.0f, 11);
+    const auto shell = run(shell_call(row.shell, mesh));
+    const auto plane = run(shell_call(row.plane, mesh));
+    ASSERT_EQ(shell.code, 0) << row.shell;
+    ASSERT_EQ(plane.code, 0) << row.plane;
+    for (size_t e = 0; e < shell.dt.size(); ++e)
+      EXPECT_LE(ulp_distance(shell.dt[e], plane.dt[e]), 4) << row.shell << " element " << e;
     // On the unit square the frame is exact and so is the match.
     std::vector<P3> corners = {P3{0, 0, 0}, P3{1, 0, 0}, P3{1, 1, 0}, P3{0, 1, 0}};
     corners.resize(static_cast<size_t>(row.nodes));
