@@ -7,6 +7,7 @@
 
 #include "stabletime/pipeline.h"
 #include "stabletime/stabletime.h"
+#include "well_shaped.hpp"
 #include "support/call.hpp"
 
 namespace {
@@ -58,18 +59,11 @@ TEST(NameLookup, BlankPaddedExactComparison) {
 }
 
 TEST(NameLookup, AllSixtyTwoNamesResolve) {
-  const char* names[] = {
-      "AC2D3", "AC2D4R", "AC3D4", "AC3D6", "AC3D8R", "ACAX3", "ACAX4R", "B21", "B22",
-      "B31", "B32", "C3D10M", "C3D10MT", "C3D4", "C3D4T", "C3D6", "C3D6T", "C3D8",
-      "C3D8I", "C3D8R", "C3D8RT", "C3D8T", "CAX3", "CAX3T", "CAX4R", "CAX4RT", "CAX6M",
-      "CAX6MT", "COH2D4", "COH3D6", "COH3D8", "COHAX4", "CPE3", "CPE3T", "CPE4R", "CPE4RT",
-      "CPE6M", "CPE6MT", "CPS3", "CPS3T", "CPS4R", "CPS4RT", "CPS6M", "CPS6MT", "M3D3",
-      "M3D4", "M3D4R", "S3", "S3R", "S3RS", "S3T", "S3RT", "S4", "S4R", "S4RS", "S4RSW",
-      "S4RT", "SAX1", "SC6R", "SC8R", "T2D2", "T3D2"};
-  ASSERT_EQ(std::size(names), 62u);
-  for (const char* name : names) {
+  const std::vector<std::string>& names = sti_test::catalogue_names();
+  ASSERT_EQ(names.size(), 62u);
+  for (const std::string& name : names) {
     EXPECT_EQ(lookup(name).status, 0) << name;
-    EXPECT_EQ(lookup(std::string(name) + "   ").status, 0) << name;
+    EXPECT_EQ(lookup(name + "   ").status, 0) << name;
   }
 }
 
