@@ -101,3 +101,15 @@ class TestNotes:
         # the quadrilaterals stay within the threshold
         assert accuracy.notes([("CPS4R", Elastic(1.0, 0.3))]) == []
 
+
+def test_report_prints_the_note(run_tool):
+    from conftest import MESHES
+    status, out, _ = run_tool(MESHES / "bracket.msh", "--E", 70000, "--nu", 0.33,
+                              "--density", 2.7e-9, "--top", 1)
+    expected = accuracy.notes([("C3D4", Elastic(70000.0, 0.33))])[0]["text"]
+    assert status == 0
+    assert [line for line in out.splitlines() if line.startswith("Note:")] == [expected]
+    # trusses match their exact increment: no note
+    status, out, _ = run_tool(MESHES / "truss.msh", "--E", 210000, "--nu", 0.3,
+                              "--density", 7.85e-9, "--section-area", 400, "--top", 1)
+    assert status == 0 and "Note:" not in out
