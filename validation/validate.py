@@ -271,7 +271,9 @@ def main(argv=None):
     for case in CASES:
         worst = {str(r["nu"]): r["worst"] for r in results if r["case"] == case[0]}
         (args.out / f"worst_{case[0]}.json").write_text(json.dumps(
-            {"element": case[1], "reference": case[2], "by_nu": worst}, indent=1))
+            {"element": case[1], "reference": case[2], "E": E, "section_area": BEAM_AREA,
+             "nodes": "in the element's node order; by_nu: the three largest ratios",
+             "by_nu": worst}, indent=1))
     summary = [{k: v for k, v in r.items() if k not in ("ratios", "worst")} for r in results]
     (args.out / "summary.json").write_text(json.dumps(
         {"count": count, "seed": args.seed, "E": E, "results": summary}, indent=1))
