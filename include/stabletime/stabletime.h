@@ -2,8 +2,11 @@
  * Stable time increment of explicit dynamic finite element analysis.
  *
  * One call takes one element type, a set of elements of that type and one
- * material, and returns for every element the largest time increment that
- * explicit central-difference integration of that element allows. All
+ * material, and returns for every element an estimate of the stable time
+ * increment of explicit central-difference integration: the characteristic
+ * length over the wave speed, shortened for damping. It is no guaranteed
+ * bound; for solids at higher Poisson ratios it can exceed the element's own
+ * exact critical increment (see the README's validation). All
  * numerics are single precision and unit-free: any consistent set of units
  * goes in, and the increment comes out in that system's time unit. The call
  * keeps no state, allocates nothing and may run from several threads at once

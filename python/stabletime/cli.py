@@ -10,7 +10,7 @@ import threading
 
 import numpy as np
 
-from . import catalogue, config, meshes
+from . import accuracy, catalogue, config, meshes
 from .codes import meaning
 from .config import UsageError
 from .core import compute
@@ -236,6 +236,8 @@ def analyse(args):
             raise UsageError(f"block {names[i]} ({name}): {err}") from None
         results[i] = r
     report = _report(args, mesh, names, offsets, plan, results, total)
+    # Types and Poisson ratios whose increments were seen above the exact element increment.
+    report["accuracy_notes"] = accuracy.notes((name, s["material"]) for _, name, s in plan)
     arrays = {"stable_time": results, "mass_factor": {}}
     if target is not None:
         report["mass_scaling"] = _mass_scaling(mesh, names, nodes, plan, results, target,
@@ -356,6 +358,7 @@ def format_report(report):
                      f"({m['type']}, block {m['block']})")
     else:
         lines.append("Model minimum: none, no element gave an increment")
+    lines += [note["text"] for note in report.get("accuracy_notes", [])]
     if report["critical"]:
         lines += ["", f"{len(report['critical'])} most critical elements:",
                   f"{'element':>10} {'type':<8} {'block':<16} {'increment':>12}"]
