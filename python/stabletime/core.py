@@ -53,10 +53,17 @@ def _per_element(name, value, count, optional=False):
     return array
 
 
-def _nodes(nodes):
+def _volume_type(name):
+    """Types whose geometry spans three dimensions: planar nodes make them flat."""
+    return name.startswith(("C3D", "AC3D", "SC"))
+
+
+def _nodes(nodes, name):
     array = _f32("nodes", nodes)
     if array.ndim != 2 or array.shape[1] not in (2, 3):
         raise ValueError(f"nodes must have shape (n, 3) or (n, 2), got {array.shape}")
+    if array.shape[1] == 2 and _volume_type(name):
+        raise ValueError(f"nodes of {name} need three coordinates, got shape {array.shape}")
     if array.shape[1] == 2:
         array = np.ascontiguousarray(np.column_stack([array, np.zeros(len(array), np.float32)]))
     if len(array) > _INT32_MAX:
@@ -115,7 +122,7 @@ def compute(element_type, nodes, connectivity, material, density, thickness=None
     Contiguous float32/int32 inputs are passed without copying.
     """
     name = check_name(element_type)
-    node_array = _nodes(nodes)
+    node_array = _nodes(nodes, name)
     conn = _connectivity(connectivity, name, len(node_array))
     count = conn.shape[0]
     fam = family(name)

@@ -163,6 +163,8 @@ BAD_INPUTS = [
     ({"nodes": np.zeros(12)}, ValueError, "nodes must have shape"),
     ({"connectivity": [[0, 1, 2]]}, ValueError, "shape (elements, 2)"),
     ({"connectivity": np.zeros((0, 2), int)}, ValueError, "no elements"),
+    ({"element_type": "C3D4", "nodes": np.zeros((4, 2)), "connectivity": [[0, 1, 2, 3]]},
+     ValueError, "need three coordinates"),
     ({"connectivity": [[0, 1], [2, 4]]}, ValueError, "element 1 refers to node 4"),
     ({"connectivity": [[0, 1], [-1, 3]]}, ValueError, "element 1 refers to node -1"),
     ({"connectivity": [[0, 1], [2.5, 3]]}, TypeError, "integers"),
