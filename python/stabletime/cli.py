@@ -312,7 +312,9 @@ def analyse(args):
             continue
         _check_node_numbers(names[i], block.data, len(points), offsets[i] + 1)
         if chosen is None:
-            chosen = meshes.default_element(block.type, meshes.is_flat(points, block.data))
+            surface = isinstance(meshes.DEFAULT_ELEMENT.get(block.type), tuple)
+            chosen = meshes.default_element(block.type, surface and
+                                            meshes.is_flat(points, block.data))
         if chosen is None:
             raise UsageError(f"block {names[i]} ({block.type}) has no default element; "
                              f"name one with --element {block.type}=NAME")
@@ -471,16 +473,17 @@ def summarise(table, *, mesh, scale, top, target, sweep, max_added, numbering):
         report["types"].append({"element": name, **group_row(table["type"] == k)})
     for k, name in enumerate(table["block_names"]):
         report["blocks"].append({"block": name, **group_row(table["block"] == k)})
-    order = np.flatnonzero(fine)[np.argsort(dt[fine], kind="stable")]
+    n_top = top if top is not None else min(TOP_CAP, max(20, math.ceil(0.02 * total)))
+    n_top = max(n_top, 0)
+    order = _smallest(dt, np.flatnonzero(fine), max(n_top, 1))
     describe = lambda j: {"element": int(number[j]), "position": int(table["position"][j]),  # noqa: E731
                           "type": table["type_names"][table["type"][j]],
                           "block": table["block_names"][table["block"][j]],
                           "dt": float(dt[j])}
     if len(order):
         report["minimum"] = describe(order[0])
-    n_top = top if top is not None else min(TOP_CAP, max(20, math.ceil(0.02 * total)))
-    report["critical"] = [describe(j) for j in order[:max(n_top, 0)]]
-    report["_critical_rows"] = order[:max(n_top, 0)]
+    report["critical"] = [describe(j) for j in order[:n_top]]
+    report["_critical_rows"] = order[:n_top]
     for value in np.unique(code[code != 0]):
         idx = np.flatnonzero(code == value)
         report["failures"].append({"code": int(value), "meaning": meaning(value),
@@ -497,6 +500,17 @@ def summarise(table, *, mesh, scale, top, target, sweep, max_added, numbering):
     if sweep:
         report["sweep"] = _sweep(table, sweep, scale, max_added)
     return report
+
+
+def _smallest(values, candidates, n):
+    """The n candidates with the smallest values, ascending, ties in index
+    order (a partial sort: the full one costs more than the rest of the report)."""
+    if len(candidates) > 4 * n:
+        v = values[candidates]
+        cut = np.partition(v, n - 1)[n - 1]
+        candidates = candidates[v <= cut]  # all ties of the n-th value stay
+    v = values[candidates]
+    return candidates[np.lexsort((candidates, v))][:n]
 
 
 def _mass_summary(table, target, max_added, report):
