@@ -11,6 +11,11 @@ import pytest
 import stabletime as st
 from conftest import MESHES, ROOT
 
+try:
+    import gmsh
+except ImportError:  # only the sparse-tag reader test needs it
+    gmsh = None
+
 STEEL = ["--E", "210000", "--nu", "0.3", "--density", "7.85e-9"]
 UNIT_HEX = np.array([[0, 0, 0], [1, 0, 0], [1, 1, 0], [0, 1, 0],
                      [0, 0, 1], [1, 0, 1], [1, 1, 1], [0, 1, 1]], float)
@@ -310,3 +315,71 @@ def test_progress_counts_reading_as_half(monkeypatch, capsys):
     err = capsys.readouterr().err
     assert "]" in err and "reading" in err
     assert "#" * 20 + "." * 20 + "] read" in err and err.endswith("#" * 40 + "] increments 10/10\n")
+
+
+# --- readers ------------------------------------------------------------------
+
+def _mixed_mesh():
+    """Two hexahedra, then a wedge, then a hexahedron again (three runs of cell
+    types), with cell data of two kinds and nodes not all used."""
+    points = np.vstack([UNIT_HEX + [2.0 * i, 0, 0] for i in range(4)])
+    hexes = np.arange(24).reshape(3, 8)
+    wedge = np.array([[24, 25, 26, 28, 29, 30]])
+    cells = [("hexahedron", hexes[:2]), ("wedge", wedge), ("hexahedron", hexes[2:])]
+    data = {"material_id": [np.array([3, 4]), np.array([5]), np.array([6])],
+            "weight": [np.array([0.5, 1.5]), np.array([2.5]), np.array([3.5])]}
+    return meshio.Mesh(points, cells, cell_data=data)
+
+
+@pytest.mark.parametrize("compression", [None, "zlib"])
+def test_vtu_reader_agrees_with_meshio(tmp_path, compression):
+    from stabletime import readers
+    path = tmp_path / "mixed.vtu"
+    meshio.write(path, _mixed_mesh(), binary=True, compression=compression)
+    ours, theirs = readers._read_vtu(str(path)).mesh, meshio.read(path)
+    assert np.array_equal(ours.points, theirs.points)
+    assert [(b.type, b.data.tolist()) for b in ours.cells] == \
+        [(b.type, b.data.tolist()) for b in theirs.cells]
+    for key in ("material_id", "weight"):
+        assert [a.tolist() for a in ours.cell_data[key]] == \
+            [a.tolist() for a in theirs.cell_data[key]]
+
+
+def test_vtu_reader_leaves_other_layouts_to_meshio(tmp_path):
+    from stabletime import readers
+    path = tmp_path / "ascii.vtu"
+    meshio.write(path, _mixed_mesh(), binary=False)
+    with pytest.raises(readers._Unsupported):
+        readers._read_vtu(str(path))
+    assert [b.type for b in readers.read(str(path)).mesh.cells] == [
+        "hexahedron", "wedge", "hexahedron"]
+
+
+@pytest.mark.skipif(gmsh is None, reason="python3-gmsh not installed")
+def test_binary_msh_reader_maps_sparse_tags(tmp_path, monkeypatch):
+    # Node tags 10, 20, ... and element tags 7 and 9: the numpy reader must map
+    # node tags to rows and keep the element tags, as Gmsh's own reader does.
+    import gmsh
+    from stabletime import readers
+    path = tmp_path / "sparse.msh"
+    gmsh.initialize(["-noenv"])
+    try:
+        gmsh.option.setNumber("General.Terminal", 0)
+        gmsh.model.add("sparse")
+        volume = gmsh.model.addDiscreteEntity(3)
+        gmsh.model.setPhysicalName(3, gmsh.model.addPhysicalGroup(3, [volume]), "part")
+        coords = [0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 1, 1, 1]
+        gmsh.model.mesh.addNodes(3, volume, [10, 20, 30, 40, 50], coords)
+        gmsh.model.mesh.addElementsByType(volume, 4, [7, 9], [10, 20, 30, 40, 20, 30, 40, 50])
+        gmsh.option.setNumber("Mesh.Binary", 1)
+        gmsh.write(str(path))
+    finally:
+        gmsh.finalize()
+    ours = readers._read_msh41_binary(str(path))
+    monkeypatch.setenv("STABLETIME_READER", "gmsh")
+    theirs = readers.read(str(path))
+    assert ours.ids[0].tolist() == theirs.ids[0].tolist() == [7, 9]
+    rows = [ours.mesh.points[c].tolist() for c in ours.mesh.cells[0].data]
+    assert rows == [theirs.mesh.points[c].tolist() for c in theirs.mesh.cells[0].data]
+    assert rows[1][3] == [1, 1, 1]
+    assert list(ours.mesh.cell_sets) == ["part"]
