@@ -117,7 +117,11 @@ def test_threaded_equals_single_threaded():
     args = ("T3D2", nodes, conn, STEEL, density)
     one = st.compute(*args, section_area=10.0, threads=1)
     many = st.compute(*args, section_area=10.0, threads=4)
-    assert one.dt.tobytes() == many.dt.tobytes()
+    # int64 connectivity is checked and copied to int32 chunk by chunk.
+    wide = st.compute("T3D2", nodes, conn.astype(np.int64), STEEL, density,
+                      section_area=10.0, threads=3)
+    assert one.dt.tobytes() == many.dt.tobytes() == wide.dt.tobytes()
+    assert np.array_equal(one.code, wide.code)
     assert np.array_equal(one.code, many.code)
     assert one.call_code == many.call_code == 200
     groups = many.failures()
@@ -249,6 +253,21 @@ def test_limits_of_valid_materials_are_accepted():
     for material in (st.Elastic(1.0, 0.5), st.Elastic(1.0, -0.999), st.ArrudaBoyce(1.0, 0.0),
                      st.Polynomial([0.5, 0.0], 0.0), st.Raw(100, [-1.0, 0.3])):
         st.materials.resolve(material)
+
+
+@pytest.mark.parametrize("threads", [1, 3])
+def test_bad_node_in_a_late_chunk_stops_every_chunk(monkeypatch, threads):
+    def forbidden():
+        raise AssertionError("the library was reached")
+    monkeypatch.setattr(st.core._library, "load", forbidden)
+    count = 3 * core.MIN_CHUNK + 5
+    conn = np.zeros((count, 2), np.int64)
+    conn[count - 2, 1] = 2  # only nodes 0 and 1 exist
+    conn[count - 1, 0] = -1
+    with pytest.raises(ValueError) as info:
+        st.compute("T3D2", np.zeros((2, 3)), conn, STEEL, 1.0, section_area=1.0,
+                   threads=threads)
+    assert f"element {count - 2} refers to node 2" in str(info.value)
 
 
 def test_chunks_start_on_batch_boundaries(monkeypatch):
