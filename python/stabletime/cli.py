@@ -270,7 +270,7 @@ def _material_warnings(block, element, material):
 
 
 def _check_node_numbers(block, cells, node_total, first_number):
-    if cells.size == 0:
+    if cells.size == 0 or (cells.min() >= 0 and cells.max() < node_total):
         return
     bad = (cells < 0) | (cells >= node_total)
     if bad.any():
@@ -377,7 +377,8 @@ def _element_table(loaded, names, offsets, plan, results, scale):
     """One row per analysed element, in file order of the blocks: own number,
     position (from 1), block index and name, type, increment times the safety
     factor (float32), code, and the cell's block index and row in the mesh."""
-    cat = np.concatenate
+    def cat(parts):
+        return parts[0] if len(parts) == 1 else np.concatenate(parts)
     number = []
     for i, _, _ in plan:
         own = loaded.ids[i] if loaded.ids is not None else None
@@ -463,10 +464,12 @@ def summarise(table, *, mesh, scale, top, target, sweep, max_added, numbering):
         ok = sel & fine
         row = {"count": int(sel.sum()), "failed": int((sel & ~fine).sum())}
         if ok.any():
-            values = dt[ok].astype(np.float64)
-            j = np.flatnonzero(ok)[int(np.argmin(dt[ok]))]
-            row.update(min=float(dt[j]), p1=float(np.percentile(values, 1)),
-                       median=float(np.median(values)), controlling_element=int(number[j]))
+            values = dt[ok]
+            j = np.flatnonzero(ok)[int(np.argmin(values))]
+            # One partition for both ranks; float64 as np.percentile works in it.
+            p1, median = np.percentile(values.astype(np.float64), [1, 50])
+            row.update(min=float(dt[j]), p1=float(p1), median=float(median),
+                       controlling_element=int(number[j]))
         return row
 
     for k, name in enumerate(table["type_names"]):
