@@ -375,24 +375,22 @@ def analyse(args):
 
 def _element_table(loaded, names, offsets, plan, results, scale):
     """One row per analysed element, in file order of the blocks: own number,
-    position (from 1), block index and name, type, increment times the safety
-    factor (float32), code, and the cell's block index and row in the mesh."""
+    position (from 1; None where the numbers are the positions), block index
+    and name, type, increment times the safety factor (float32), code, and the
+    cell's block index and row in the mesh."""
     def cat(parts):
         return parts[0] if len(parts) == 1 else np.concatenate(parts)
-    number = []
-    for i, _, _ in plan:
-        own = loaded.ids[i] if loaded.ids is not None else None
-        n = len(results[i].dt)
-        number.append(np.asarray(own, dtype=np.int64) if own is not None else
-                      offsets[i] + 1 + np.arange(n, dtype=np.int64))
+    position = [offsets[i] + 1 + np.arange(len(results[i].dt), dtype=np.int64)
+                for i, _, _ in plan]
+    number = position if loaded.ids is None else [
+        np.asarray(loaded.ids[i], dtype=np.int64) for i, _, _ in plan]
     block_names = list(dict.fromkeys(names[i] for i, _, _ in plan))
     type_names = list(dict.fromkeys(n for _, n, _ in plan))
     dt = cat([results[i].dt for i, _, _ in plan])
     if scale != 1.0:
         dt = (dt.astype(np.float64) * scale).astype(np.float32)
     return {
-        "number": cat(number),
-        "position": cat([offsets[i] + 1 + np.arange(len(results[i].dt)) for i, _, _ in plan]),
+        "number": cat(number), "position": cat(position) if number is not position else None,
         "block": cat([np.full(len(results[i].dt), block_names.index(names[i]), np.int32)
                       for i, _, _ in plan]),
         "type": cat([np.full(len(results[i].dt), type_names.index(n), np.int32)
@@ -472,14 +470,23 @@ def summarise(table, *, mesh, scale, top, target, sweep, max_added, numbering):
                        controlling_element=int(number[j]))
         return row
 
+    whole = {}  # a type or block of every element: the same row for both tables
+
+    def row_of(sel):
+        if len(sel) and sel.all():
+            whole.setdefault("row", group_row(sel))
+            return dict(whole["row"])
+        return group_row(sel)
+
     for k, name in enumerate(table["type_names"]):
-        report["types"].append({"element": name, **group_row(table["type"] == k)})
+        report["types"].append({"element": name, **row_of(table["type"] == k)})
     for k, name in enumerate(table["block_names"]):
-        report["blocks"].append({"block": name, **group_row(table["block"] == k)})
+        report["blocks"].append({"block": name, **row_of(table["block"] == k)})
     n_top = top if top is not None else min(TOP_CAP, max(20, math.ceil(0.02 * total)))
     n_top = max(n_top, 0)
     order = _smallest(dt, np.flatnonzero(fine), max(n_top, 1))
-    describe = lambda j: {"element": int(number[j]), "position": int(table["position"][j]),  # noqa: E731
+    position = table["position"] if table.get("position") is not None else number
+    describe = lambda j: {"element": int(number[j]), "position": int(position[j]),  # noqa: E731
                           "type": table["type_names"][table["type"][j]],
                           "block": table["block_names"][table["block"][j]],
                           "dt": float(dt[j])}

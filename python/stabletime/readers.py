@@ -410,8 +410,8 @@ def _decode(text, dtype, header, compressed, pool, into=None):
 
 def _vtu_blocks(points, connectivity, offsets, types, cell_arrays):
     """Runs of one cell type in file order become cell blocks."""
-    offsets = offsets.astype(np.int64)
-    types = types.astype(np.int64)
+    offsets = np.asarray(offsets, dtype=np.int64)
+    types = np.asarray(types, dtype=np.int64)
     starts = np.concatenate([[0], np.flatnonzero(np.diff(types)) + 1])
     if len(starts) > 10_000:
         raise _Unsupported()  # finely mixed types: meshio's grouping
