@@ -70,7 +70,10 @@ def read(path):
         except ImportError:
             pass
         else:
-            return _read_gmsh(path)
+            try:
+                return _read_gmsh(path)
+            except _Unsupported:
+                pass
     if path.lower().endswith(".vtu") and choice != "meshio":
         try:
             return _read_vtu(path)
@@ -147,7 +150,7 @@ def _read_gmsh(path):
             for kind, etags, ntags in zip(types, elem_tags, node_tags):
                 cell_type = _GMSH_TYPES.get(int(kind))
                 if cell_type is None:
-                    raise ReadError(f"Gmsh element type {int(kind)} is not supported")
+                    raise _Unsupported()
                 count = len(etags)
                 conn = lookup[np.asarray(ntags, dtype=np.int64)].reshape(count, -1)
                 if cell_type in _GMSH_ORDER:
@@ -232,7 +235,7 @@ def _read_msh41_binary(path):
                     dim, entity, kind, n = struct.unpack("<3iQ", f.read(20))
                     cell_type = _GMSH_TYPES.get(kind)
                     if cell_type is None:
-                        raise ReadError(f"Gmsh element type {kind} is not supported")
+                        raise _Unsupported()  # meshio or Gmsh knows more types
                     k = _NODES_PER_CELL[cell_type]
                     conn = np.empty((n, k), dtype=np.int32)
                     etags = np.empty(n, dtype=np.int64)
