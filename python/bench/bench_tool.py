@@ -10,7 +10,6 @@ whole process (imports included), which a loaded machine disturbs less than
 the wall time."""
 import argparse
 import os
-import resource
 import subprocess
 import sys
 import time

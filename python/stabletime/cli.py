@@ -1,7 +1,5 @@
 """The stabletime command: stable time report of a mesh file."""
 import argparse
-import contextlib
-import io
 import json
 import math
 import os

@@ -5,6 +5,7 @@ other Gmsh files go through Gmsh's own reader when python3-gmsh is installed;
 everything else through meshio."""
 import binascii
 import contextlib
+import importlib.util
 import io
 import os
 import re
@@ -65,11 +66,7 @@ def read(path):
                 pass
             except (OSError, ValueError, UnicodeDecodeError, struct.error):
                 raise ReadError("not a valid Gmsh file") from None
-        try:
-            import gmsh  # noqa: F401
-        except ImportError:
-            pass
-        else:
+        if importlib.util.find_spec("gmsh") is not None:
             try:
                 return _read_gmsh(path)
             except _Unsupported:
@@ -407,7 +404,6 @@ def _decode(text, dtype, header, compressed, pool, into=None):
 
     step = max(1, -(-blocks // (4 * (os.cpu_count() or 1))))
     list(pool.map(inflate, range(0, blocks, step)))
-    del raw_view
     return out
 
 

@@ -2,7 +2,6 @@
 library, and the report's tables and files."""
 import csv
 import json
-import math
 
 import meshio
 import numpy as np
