@@ -120,7 +120,11 @@ def compute(element_type, nodes, connectivity, material, density, thickness=None
     connectivity  (elements, nodes per element) zero-based node numbers.
     material      a material object (Elastic(E, nu), ...) or a (code, props) pair.
     density       scalar or one per element.
-    thickness     None (1.0), scalar or one per element.
+    thickness     None (1.0), scalar or one per element. Passed to the library
+                  for every type: it multiplies every modulus, and only plane,
+                  membrane, shell and cohesive geometry also multiply the mass
+                  by it, so for other types it divides the increment by
+                  sqrt(thickness): give None there.
     bulk_scale    linear bulk viscosity scale.
     section_area  area of trusses and beams (required for them).
     alpha, beta   mass- and stiffness-proportional damping.
