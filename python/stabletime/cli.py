@@ -224,8 +224,8 @@ class _Progress:
         fraction = self.base + (1.0 - self.base) * min(self.done / self.total, 1.0)
         filled = int(40 * fraction)
         label = f" {self.label}" if self.label else ""
-        sys.stderr.write(f"\r[{'#' * filled}{'.' * (40 - filled)}]{label} "
-                         f"{self.done}/{self.total}")
+        counts = "" if self.label in ("reading", "read") else f" {self.done}/{self.total}"
+        sys.stderr.write(f"\r[{'#' * filled}{'.' * (40 - filled)}]{label}{counts}")
         sys.stderr.flush()
 
     def _advance(self, count):

@@ -312,8 +312,9 @@ def test_progress_counts_reading_as_half(monkeypatch, capsys):
     bar.start_counting(10)
     bar(10)
     err = capsys.readouterr().err
-    assert "]" in err and "reading" in err
-    assert "#" * 20 + "." * 20 + "] read" in err and err.endswith("#" * 40 + "] increments 10/10\n")
+    assert "\r[" + "." * 40 + "] reading\r" in err
+    assert "#" * 20 + "." * 20 + "] read\r" in err
+    assert err.endswith("#" * 40 + "] increments 10/10\n")
 
 
 # --- readers ------------------------------------------------------------------
