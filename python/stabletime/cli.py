@@ -283,6 +283,7 @@ def analyse(args):
     """Read the mesh, run every block, and return (report, mesh, table), the
     table holding one row per analysed element."""
     defaults, per_block, elements, target = _settings(args)
+    sweep = _sweep_targets(args.sweep)
     progress = _Progress(0, active=os.path.isfile(args.mesh) and
                          os.path.getsize(args.mesh) > 20_000_000)
     loaded = _read(args.mesh, progress)
@@ -356,7 +357,7 @@ def analyse(args):
             raise UsageError(f"block {names[i]} ({name}): {err}") from None
     scale = 1.0 if args.scale_factor is None else args.scale_factor
     table = _element_table(loaded, names, offsets, plan, results, scale)
-    if target is not None or args.sweep:
+    if target is not None or sweep:
         table["mass"] = np.concatenate([_masses(mesh, nodes, i, name, s, results[i])
                                         for i, name, s in plan])
     if target is not None:
@@ -364,7 +365,7 @@ def analyse(args):
             _mass_factors(nodes, mesh.cells[i].data, name, s, results[i], target, scale,
                           args.threads) for i, name, s in plan])
     report = summarise(table, mesh=args.mesh, scale=scale, top=args.top, target=target,
-                       sweep=_sweep_targets(args.sweep), max_added=args.max_added_mass,
+                       sweep=sweep, max_added=args.max_added_mass,
                        numbering=loaded.numbering)
     _add_details(report, table, mesh, nodes)
     report["warnings"] = warnings + report.pop("summary_warnings")

@@ -207,6 +207,9 @@ BAD_USAGE = [
     (["{truss}", *STEEL, "--section-area", "1", "--factors", "--output", "x.vtu"],
      "--factors needs a target"),
     (["{truss}", *STEEL, "--config", "{toml}"], "config"),
+    (["{truss}", *STEEL, "--section-area", "1", "--sweep", "1e-4,-2"], "--sweep"),
+    (["{truss}", *STEEL, "--section-area", "1", "--max-added-mass", "-1"],
+     "--max-added-mass"),
 ]
 
 
