@@ -1,6 +1,7 @@
 # How host projects get the library: the generated version header, the
-# installation (components Runtime and Development) and the CMake package
-# StableTime::StableTime for the install and the build tree.
+# installation (components Runtime and Development), the CMake package
+# StableTime::StableTime for the install and the build tree, and the
+# pkg-config file stabletime.pc.
 # Included from the top-level CMakeLists.txt after the library target.
 
 include(GNUInstallDirs)
@@ -39,3 +40,30 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/StableTimeConfigVersion.
 install(FILES "${PROJECT_BINARY_DIR}/StableTimeConfig.cmake"
               "${PROJECT_BINARY_DIR}/StableTimeConfigVersion.cmake"
         DESTINATION ${STI_CMAKE_PACKAGE_DIR} COMPONENT Development)
+
+# --- pkg-config ------------------------------------------------------------
+# Written at install time, so that the file names the prefix actually
+# installed to (cmake --install --prefix, or /usr inside the Debian package).
+# The library file has no "lib" prefix, so it is linked by file name (-l:).
+# Outside the linker's own folders the file adds an rpath, so that a program
+# built with it also runs without LD_LIBRARY_PATH.
+if(UNIX AND NOT APPLE)
+  set(STI_PC_TEMPLATE "${PROJECT_SOURCE_DIR}/cmake/stabletime.pc.in")
+  set(STI_PC_FILE "${PROJECT_BINARY_DIR}/pkgconfig/stabletime.pc")
+  install(CODE "
+    set(STI_PC_PREFIX \"\${CMAKE_INSTALL_PREFIX}\")
+    set(STI_PC_LIBDIR \"${CMAKE_INSTALL_LIBDIR}\")
+    set(STI_PC_INCLUDEDIR \"${CMAKE_INSTALL_INCLUDEDIR}\")
+    set(STI_PC_VERSION \"${StableTime_VERSION}\")
+    set(STI_PC_LIBRARY_FILE \"$<TARGET_LINKER_FILE_NAME:${STI_TARGET}>\")
+    set(STI_PC_RPATH \"-Wl,-rpath,\\\${libdir} \")
+    foreach(dir IN ITEMS ${CMAKE_C_IMPLICIT_LINK_DIRECTORIES})
+      if(\"\${STI_PC_PREFIX}/\${STI_PC_LIBDIR}\" STREQUAL dir)
+        set(STI_PC_RPATH \"\")
+      endif()
+    endforeach()
+    configure_file(\"${STI_PC_TEMPLATE}\" \"${STI_PC_FILE}\" @ONLY)
+    " COMPONENT Development)
+  install(FILES "${STI_PC_FILE}" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+          COMPONENT Development)
+endif()
