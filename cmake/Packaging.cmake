@@ -1,7 +1,7 @@
 # How host projects get the library: the generated version header, the
 # installation (components Runtime and Development), the CMake package
-# StableTime::StableTime for the install and the build tree, and the
-# pkg-config file stabletime.pc.
+# StableTime::StableTime for the install and the build tree, the pkg-config
+# file stabletime.pc, and the Debian package made by `cpack -G DEB`.
 # Included from the top-level CMakeLists.txt after the library target.
 
 include(GNUInstallDirs)
@@ -66,4 +66,36 @@ if(UNIX AND NOT APPLE)
     " COMPONENT Development)
   install(FILES "${STI_PC_FILE}" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
           COMPONENT Development)
+endif()
+
+# --- Debian package: cpack -G DEB in the build folder ----------------------
+# One package, stabletime, with the library, its headers, the CMake package
+# and the pkg-config file, installed under /usr. The Python package is left
+# out (pip installs it, see the README).
+if(PROJECT_IS_TOP_LEVEL)
+  set(CPACK_PACKAGE_NAME stabletime)
+  set(CPACK_PACKAGE_VENDOR "StableTime developers")
+  set(CPACK_PACKAGE_CONTACT "StableTime developers <stabletime@example.org>")
+  set(CPACK_PACKAGE_DESCRIPTION_SUMMARY
+      "stable time increments of explicit dynamic finite element analysis")
+  set(CPACK_PACKAGE_DESCRIPTION
+      "Shared library DRNQVLStiWBX_StableTime: one C call returns the stable time increment of every element of a mesh. With its headers, CMake package (StableTime::StableTime) and pkg-config file (stabletime).")
+  set(CPACK_PACKAGE_VERSION ${StableTime_VERSION})
+  set(CPACK_GENERATOR DEB)
+  set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+  set(CPACK_INSTALL_PREFIX /usr)
+  # The install scripts see /usr as the prefix (the pkg-config file records it).
+  set(CPACK_SET_DESTDIR ON)
+  set(CPACK_DEB_COMPONENT_INSTALL ON)
+  set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
+  set(CPACK_COMPONENTS_ALL Runtime Development)
+  set(CPACK_DEBIAN_PACKAGE_NAME stabletime)
+  set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+  set(CPACK_DEBIAN_PACKAGE_SECTION libs)
+  # Dependencies from the library's own needs (libc6, libstdc++6, libgcc-s1),
+  # and a shlibs file and ldconfig trigger for the library.
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+  set(CPACK_DEBIAN_PACKAGE_SUGGESTS "pkg-config, cmake")
+  include(CPack)
 endif()
