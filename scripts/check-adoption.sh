@@ -7,7 +7,7 @@
 #     prefix, and against the build tree), a C host that pulls the sources in
 #     with add_subdirectory; each is run and checks one computed increment;
 #   - the Python package installed with pip into a fresh venv, its command run
-#     on a bundled mesh;
+#     on a bundled mesh; then again with a copy of the library built in;
 #   - every version (C header, pkg-config, CMake package, Python) the same.
 # Set STI_KEEP_ADOPTION=1 to keep the temporary folder.
 set -euo pipefail
@@ -90,6 +90,24 @@ head -n 6 "$work/report.txt"
 grep -q "Model minimum:" "$work/report.txt" || fail "no model minimum in the report"
 "$work/venv/bin/python" -c "import stabletime, sys; sys.exit(stabletime.__version__ != '$version')" ||
   fail "package version"
+
+step "Python package with a copy of the library built in"
+/usr/bin/python3 -m venv --system-site-packages "$work/venv-bundled"
+(cd "$src" &&
+ STABLETIME_BUNDLE_LIBRARY="$prefix/lib/DRNQVLStiWBX_StableTime.so" \
+   "$work/venv-bundled/bin/pip" install --no-build-isolation ./python > "$work/pip.log") ||
+  { cat "$work/pip.log"; fail "pip install with the library built in"; }
+"$work/venv-bundled/bin/python" -c '
+import sys
+from stabletime import _library
+found = _library.locate(recorded=_library._recorded_library())[0]
+print("loads", found)
+sys.exit(found.parent.name != "stabletime" or not _library.load())' ||
+  fail "the package does not load its own copy of the library"
+(cd "$src" &&
+ "$work/venv-bundled/bin/stabletime" examples/meshes/block.msh --E 210000 --nu 0.3 \
+   --density 7.85e-9 > "$work/report.txt") || { cat "$work/report.txt"; fail "stabletime command"; }
+head -n 1 "$work/report.txt"
 
 echo
 echo "Adoption check passed: pkg-config, find_package, add_subdirectory and pip, version $version"
