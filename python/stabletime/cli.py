@@ -9,6 +9,7 @@ import threading
 import numpy as np
 
 from . import accuracy, catalogue, config, meshes, readers
+from ._version import VERSION
 from .codes import meaning
 from .config import UsageError
 from .core import compute
@@ -63,6 +64,7 @@ def build_parser():
                 description="Stable time increments of every element of a mesh file "
                             "(any format meshio reads), with the critical elements, failures "
                             "and mass-scaling advice.", epilog=EPILOG)
+    p.add_argument("--version", action="version", version=f"%(prog)s {VERSION}")
     p.add_argument("mesh", help="mesh file")
     p.add_argument("--config", metavar="FILE", help="TOML file with settings (see below)")
     p.add_argument("--element", action="append", default=[], metavar="KEY=NAME",
