@@ -180,6 +180,19 @@ TEST(AxisymmetricQuadrilateral, NegativeSignedAreaFailsWithPositiveVolume) {
   EXPECT_GE(o.mass[0], 1.0f);
 }
 
+TEST(AxisymmetricQuadrilateral, NotANumberPassesTheClampAndSetsNoStatus) {
+  // Unlike the plane operator, which counts a NaN as a collapsed element, the
+  // axisymmetric one carries it through: no status, NaN mass and length term.
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  const PlaneOut o = axisymmetric(
+      {{{{1, 0}, {2, 0}, {nan, 1}, {1, 1}}}, {{{1, 0}, {2, 0}, {2, 1}, {1, 1}}}}, {0, 0});
+  EXPECT_EQ(o.status[0], 0);
+  EXPECT_TRUE(std::isnan(o.mass[0]));
+  EXPECT_TRUE(std::isnan(o.lsq[0]));
+  EXPECT_EQ(o.status[1], 0);  // the neighbour is untouched
+  EXPECT_LE(ulp_distance(o.lsq[1], 27.0f / 86.0f), 4);
+}
+
 TEST(Hexahedron, WorkedValues) {
   struct Row {
     const char* what;
