@@ -227,6 +227,20 @@ TEST(Hexahedron, WorkedValues) {
   }
 }
 
+TEST(Hexahedron, PadJoinsTheSumOfSquaresLast) {
+  // A flat square of side 1/32 with corners 5 to 8 on corners 1 to 4: volume 0,
+  // status 1, pad 1. Only the z gradient survives, (1/32)^2 / 4 = 2^-12 in size
+  // at every corner, so the 24 squares sum to 8 * 2^-24 = 2^-21 exactly, and
+  // S = 2^-21 + 1. Added to the pad one at a time, each 2^-24 would be lost.
+  const float s = 1.0f / 32.0f;
+  const Hex flat = {{{0, 0, 0}, {s, 0, 0}, {s, s, 0}, {0, s, 0},
+                     {0, 0, 0}, {s, 0, 0}, {s, s, 0}, {0, s, 0}}};
+  const HexOut o = hexahedra({flat}, 406);
+  EXPECT_EQ(o.status[0], 1);
+  EXPECT_EQ(bits(o.work_a[0]), bits(1.0f));
+  EXPECT_EQ(bits(o.lsq[0]), bits(0.5f / (1.0f + 0x1p-21f)));
+}
+
 TEST(Hexahedron, VolumeIsLinearInEachCoordinate) {
   // The volume is linear in x1 with slope b_x1 = -1/4 on a unit cube: corner 1
   // pulled out by 0.5 adds 1/8, pushed in by 5 leaves -1/4, an inverted element.
