@@ -162,4 +162,18 @@ TEST(Driver, SectionsRunInTurn) {
   for (float dt : o.dt) EXPECT_EQ(bits(dt), 0x7DCCCCCCu);
 }
 
+TEST(Driver, UnknownMaterialCodeFailsTheBatchWithoutAnIncrement) {
+  // A plane-stress type, whose increment loop reads 2G and 3K of every
+  // element: with no moduli written, every element fails with 8 and keeps
+  // the largest float.
+  for (int code : {104, 0, -1}) {
+    Batch b = two_of("CPS4R");
+    b.material_code = {code};
+    const Outcome o = run_batch(b);
+    EXPECT_EQ(o.call_status, 8) << code;
+    EXPECT_EQ(o.status, (std::vector<int>{8, 8})) << code;
+    for (float dt : o.dt) EXPECT_EQ(bits(dt), 0x7F7FFFFFu) << code;
+  }
+}
+
 }  // namespace
