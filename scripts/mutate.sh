@@ -12,7 +12,10 @@
 #   scripts/mutate.sh              every mutation
 #   scripts/mutate.sh --sample     the fixed sample that CI runs
 #   scripts/mutate.sh I03 M08      the named mutations
-#   options: --golden (add the golden comparison), --python (add pytest)
+#   options: --golden (add the golden comparison), --python (add pytest),
+#   --in-place=DIR: mutate the working tree itself (each file restored on exit,
+#   also on interrupt) and rebuild DIR, an existing build folder of it, instead
+#   of building a copy (CI uses the build folder its tests already built).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
@@ -20,38 +23,47 @@ work=${STI_MUTATE_DIR:-$root/build-mutate}
 tree=$work/tree
 build=$work/build
 list=$root/scripts/mutations.txt
-sample=(I03 P03 P06 M04 C01 B04 K01 A01)
+sample=(I03 P01 P03 M04 C01 B04 K01 A01)
 python=/usr/bin/python3
 
 exclude='golden_results|python'
-ids=()
+ids=() in_place=""
 for arg in "$@"; do
   case $arg in
     --sample) ids+=("${sample[@]}") ;;
     --golden) exclude=${exclude/golden_results/none} ;;
     --python) exclude=${exclude/python/none} ;;
+    --in-place=*) in_place=${arg#--in-place=} ;;
     -*) echo "unknown option $arg" >&2; exit 2 ;;
     *) ids+=("$arg") ;;
   esac
 done
 
-# The copy: tracked and unignored files of the working tree. Files are only
-# rewritten when their content changed, so that the build stays incremental.
-mkdir -p "$tree"
-git ls-files -z --cached --others --exclude-standard |
-  while IFS= read -r -d '' f; do
-    [[ -f $f ]] || continue
+mkdir -p "$work"
+if [[ -n $in_place ]]; then
+  tree=$root
+  build=$(cd "$in_place" && pwd)
+else
+  # The copy: tracked and unignored files of the working tree. Files are only
+  # rewritten when their content changed, so that the build stays incremental;
+  # files gone from the working tree go from the copy.
+  mkdir -p "$tree"
+  git ls-files --cached --others --exclude-standard |
+    while IFS= read -r f; do [[ -f $f ]] && echo "$f"; done | sort >"$work/files"
+  while IFS= read -r f; do
     if ! cmp -s "$f" "$tree/$f"; then mkdir -p "$tree/$(dirname "$f")"; cp "$f" "$tree/$f"; fi
-  done
+  done <"$work/files"
+  (cd "$tree" && find . -type f | sed 's|^\./||' | sort | comm -23 - "$work/files" | xargs -r rm --)
 
-launcher=()
-if command -v ccache >/dev/null; then
-  export CCACHE_BASEDIR=$work
-  launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache)
+  launcher=()
+  if command -v ccache >/dev/null; then
+    export CCACHE_BASEDIR=$work
+    launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache)
+  fi
+  # Tests link the shared library; a rebuilt library needs no relink of them.
+  cmake -S "$tree" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DSTI_BUILD_BENCHMARKS=OFF \
+    -DSTI_BUILD_EXAMPLES=OFF -DCMAKE_LINK_DEPENDS_NO_SHARED=ON "${launcher[@]}" >/dev/null
 fi
-# Tests link the shared library; a rebuilt library needs no relink of them.
-cmake -S "$tree" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DSTI_BUILD_BENCHMARKS=OFF \
-  -DSTI_BUILD_EXAMPLES=OFF -DCMAKE_LINK_DEPENDS_NO_SHARED=ON "${launcher[@]}" >/dev/null
 build_suite() { cmake --build "$build" -j2 >"$work/build.log" 2>&1; }
 run_suite() {
   ctest --test-dir "$build" -E "^($exclude)\$" --stop-on-failure --timeout 300 \
@@ -60,7 +72,7 @@ run_suite() {
 build_suite || { cat "$work/build.log"; exit 1; }
 run_suite || { echo "the unmutated suite fails; see $work/ctest.log" >&2; exit 1; }
 
-# Replaces the snippet in the copy; exit 3 when it is not there exactly once.
+# Replaces the snippet in the file; exit 3 when it is not there exactly once.
 apply() {
   "$python" - "$1" "$2" "$3" <<'EOF'
 import sys
@@ -75,7 +87,8 @@ EOF
 pristine=$work/pristine
 mutated=""
 restore() { if [[ -n $mutated ]]; then cat "$pristine" >"$mutated"; mutated=""; fi; }
-trap restore EXIT INT TERM
+trap restore EXIT
+trap 'restore; exit 130' INT TERM
 
 caught=0 total=0 survivors=() stale=() invalid=()
 run_one() {  # id subsystem file original replacement
