@@ -171,7 +171,7 @@ TEST(WorkedIncrements, ContinuumAndShellUnitShapes) {
       // A linear triangle: L^2 = 16 A^2 / (3 (sum of squared edges)) = 16 / 24.
       {"CPE3", {{0, 0, 0}, {2, 0, 0}, {1, 1, 0}}, 2.0 / 3, 1, kWave},
       {"CAX4R", {{1, 0, 0}, {2, 0, 0}, {2, 1, 0}, {1, 1, 0}}, 27.0 / 86, 1.5, kWave},
-      {"C3D8R", kCube, 0.504, 1, kWave},
+      {"C3D8R", kCube, 0.504, 1, kWave},  // the cube's face estimate beats lsq = 1/3
       // The tetrahedron's face estimate 56.5504 / 72 beats lsq = 1/2.
       {"C3D4", kTet, 56.5504 / 72, 1.0 / 6, kWave},
       {"C3D6", kWedge, 9.0 / 23, 0.5, kWave},  // lsq beats the face estimate
