@@ -124,8 +124,8 @@ TEST(WorkedIncrements, DampingOfAUnitTruss) {
 
 // Beams: L sqrt(rho / E); a three-node beam measures 2 |J| at its two Gauss
 // points and scales the increment by 1/sqrt(6), the middle node second. The
-// scale is the designed float 0x3ED105EB, one ulp below the nearest float to
-// 1/sqrt(6) (which lies within a hundredth of an ulp of the midpoint).
+// scale is the float 0x3ED105EB (0.40824828), one ulp below the nearest float
+// to 1/sqrt(6), which lies within a hundredth of an ulp of the midpoint.
 TEST(WorkedIncrements, Beams) {
   const float straight = dt_of(element("B31", {{0, 0, 0}, {0, 0, 2}}, {4, 0}));
   EXPECT_EQ(straight, 1.0f);
