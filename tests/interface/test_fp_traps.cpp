@@ -14,10 +14,6 @@
 
 namespace {
 
-// Families whose designed formulas produce an invalid operation or a division
-// by zero on well-shaped input by construction, left out of the trap run.
-bool excluded_from_traps(const std::string&) { return false; }
-
 class FpTraps : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -29,7 +25,6 @@ class FpTraps : public ::testing::Test {
 
 TEST_F(FpTraps, WellShapedElementsOfEveryFamily) {
   for (const std::string& name : sti_test::catalogue_names()) {
-    if (excluded_from_traps(name)) continue;
     // 1 element, and 300 (two full batches and a partial one).
     for (int copies : {1, 300}) {
       const sti_test::Result r = sti_test::run(sti_test::well_shaped_call(name, copies));

@@ -50,12 +50,4 @@ TEST(Lifecycle, CountersFollowTheDesignedSequence) {
   EXPECT_EQ(caller, 1);
 }
 
-TEST(Lifecycle, MarkerReturnsOne) {
-  EXPECT_EQ(HALVORN_WERKE_KTX2_INTERNAL_QVLStiWBX_StableTime(), 1);
-  int caller = 0;
-  QVLStiWBX_StableTime_initialize(caller);
-  EXPECT_EQ(HALVORN_WERKE_KTX2_INTERNAL_QVLStiWBX_StableTime(), 1);
-  QVLStiWBX_StableTime_finalize(caller);
-}
-
 }  // namespace
