@@ -64,12 +64,14 @@ std::vector<Row> hostile_rows() {
                       for (float& v : c.mesh.nodes) v = 1.0f;
                     },
                     coincident, coincident});
-    // NaN passes every comparison of the line measure; the area of every other
-    // family clamps it to zero; the planar cohesive opening is then not positive.
-    const bool line = n == "T3D2" || n == "B31", planar_coh = n == "COH2D4";
+    // NaN passes every comparison of the line measure and the axisymmetric
+    // volume clamp; the area of every other family clamps it to zero; the
+    // planar cohesive opening is then not positive.
+    const bool passes = n == "T3D2" || n == "B31" || n == "CAX6M", planar_coh = n == "COH2D4";
+    const int nan_code = passes ? 0 : planar_coh ? 100 : 400;
     rows.push_back({"coordinates NaN", n,
                     [](Call& c) { c.mesh.nodes.assign(c.mesh.nodes.size(), kNaN); },
-                    line ? 0 : planar_coh ? 100 : 400, line ? 0 : planar_coh ? 100 : 400});
+                    nan_code, nan_code});
     rows.push_back({"density NaN", n, set_all_density(kNaN), 0, 0});
     rows.push_back({"unknown material code 104", n, [](Call& c) { c.material_code = 104; },
                     ac ? 0 : 200, ac ? 0 : 200});
