@@ -18,7 +18,7 @@ using sti_test::bits;
 
 struct Batch {
   std::string name;
-  std::vector<sti_test::Points> elements;  // each element's own nodes
+  std::vector<float> nodes;  // the first element's nodes; the second is it x1.5
   int coord_stride = 3;
   std::vector<int> material_code = {100};
   std::vector<int> section_skip = {0};
@@ -28,50 +28,41 @@ struct Batch {
 
 struct Outcome {
   int call_status = -1;
-  std::vector<int> status;
-  std::vector<float> dt;
+  std::vector<int> status = std::vector<int>(2, -1);
+  std::vector<float> dt = std::vector<float>(2, -1.0f);
 };
 
 // Density, thickness and section area 1, no damping, no bulk viscosity. Each
 // node is followed by coord_stride - 3 NaNs, or cut to coord_stride floats.
 Outcome run_batch(const Batch& b) {
   int id = 0, node_count = 0, point_count = 0, name_status = 0;
-  const int length = static_cast<int>(b.name.size());
+  const int length = static_cast<int>(b.name.size()), n = 2;
   sti_ele_typefromname(&id, &node_count, &point_count, &name_status, b.name.data(), &length);
-  const int n = static_cast<int>(b.elements.size());
   std::vector<float> nodes;
   std::vector<int> connectivity(static_cast<size_t>(n * node_count));
   for (int e = 0; e < n; ++e)
     for (int k = 0; k < node_count; ++k) {
-      const auto& p = b.elements[static_cast<size_t>(e)][static_cast<size_t>(k)];
       for (int c = 0; c < b.coord_stride; ++c)
-        nodes.push_back(c < 3 ? p[static_cast<size_t>(c)] : std::nanf(""));
+        nodes.push_back(c < 3 ? b.nodes[static_cast<size_t>(3 * k + c)] * (e ? 1.5f : 1.0f)
+                              : std::nanf(""));
       connectivity[static_cast<size_t>(e + n * k)] = e * node_count + k + 1;
     }
   const int node_total = n * node_count;
   const int section_count = static_cast<int>(b.section_skip.size());
-  const std::vector<float> ones(static_cast<size_t>(n), 1.0f);
-  const float area = 1.0f, zero = 0.0f, cohesive[2] = {-1.0f, -1.0f};
+  const float ones[2] = {1.0f, 1.0f}, area = 1.0f, zero = 0.0f, cohesive[2] = {-1.0f, -1.0f};
   Outcome o;
-  o.status.assign(static_cast<size_t>(n), -1);
-  o.dt.assign(static_cast<size_t>(n), -1.0f);
   sti_ele_stabletime(&b.coord_stride, &node_total, &n, &o.call_status, o.status.data(),
                      &point_count, &section_count, &node_count, b.section_skip.data(),
-                     b.material_code.data(), &id, connectivity.data(), nodes.data(), ones.data(),
-                     &b.unit_scale, &area, &zero, &zero, &zero, ones.data(), cohesive,
-                     o.dt.data(), b.props.data());
+                     b.material_code.data(), &id, connectivity.data(), nodes.data(), ones,
+                     &b.unit_scale, &area, &zero, &zero, &zero, ones, cohesive, o.dt.data(),
+                     b.props.data());
   return o;
 }
 
-Batch two_of(const std::string& name) {
-  Batch b;
-  b.name = name;
-  const sti_test::Points p = sti_test::well_shaped_points(name);
-  sti_test::Points q = p;
-  for (auto& x : q) x = {x[0] * 1.5f, x[1] * 1.5f, x[2] * 1.5f};
-  b.elements = {p, q};
-  return b;
-}
+// The distorted element of the shared table, or unit ones for worked values.
+Batch two_of(const std::string& name) { return {name, sti_test::family_of(name).element.nodes}; }
+Batch unit_truss() { return {"T3D2", {1, 0, 0, 2, 0, 0}}; }
+Batch unit_square() { return {"CPE4R", {1, 0, 0, 2, 0, 0, 2, 1, 0, 1, 1, 0}}; }
 
 // A truss of length 1 with E = 200: x = sqrt(1 * 1 / 200), 1/sqrt(200) in double.
 const float kTrussDt = static_cast<float>(1.0 / std::sqrt(200.0));
@@ -98,7 +89,7 @@ TEST(Driver, CoordinateStrideOtherThanThree) {
   const Outcome two = run_batch(plane);
   EXPECT_EQ(bits(two.dt[1]), bits(three.dt[1]));
   // And the worked value of the truss, read at stride 5.
-  Batch truss = two_of("T3D2");
+  Batch truss = unit_truss();
   truss.coord_stride = 5;
   EXPECT_LE(sti_test::ulp_distance(run_batch(truss).dt[0], kTrussDt), 1);
 }
@@ -107,14 +98,14 @@ TEST(Driver, UnitScaleScalesTheModulusOfNonLineElements) {
   // CPE4R unit square, E = 200, nu = 0: wave modulus 200, lsq 0.5, mass 1,
   // x = sqrt(0.5 / 200) = 0.05. A modulus scale of 4 halves it exactly (a
   // power of four under the root); a truss takes its section area instead.
-  Batch plane = two_of("CPE4R");
+  Batch plane = unit_square();
   const Outcome one = run_batch(plane);
   EXPECT_LE(sti_test::ulp_distance(one.dt[0], 0.05f), 1);
   plane.unit_scale = 4.0f;
   const Outcome four = run_batch(plane);
   for (size_t e = 0; e < 2; ++e) EXPECT_EQ(bits(four.dt[e]), bits(one.dt[e] / 2.0f)) << e;
 
-  Batch truss = two_of("T3D2");
+  Batch truss = unit_truss();
   truss.unit_scale = 4.0f;
   EXPECT_LE(sti_test::ulp_distance(run_batch(truss).dt[0], kTrussDt), 1);
 }
@@ -124,7 +115,7 @@ TEST(Driver, SectionsRunInTurn) {
   // = 0, incompressible: K = 20 mu, 2G = 0.6, 3K = 18, wave modulus
   // (18 + 1.2) / 3 = 6.4 and x = 1/sqrt(6.4), far above the 1/sqrt(200) of
   // code 100, which reads E = props[0] = 200.
-  Batch b = two_of("T3D2");
+  Batch b = unit_truss();
   b.props = {200.0f, 0.3f, 0.0f, 0.0f, 0.0f, 0.0f};
   b.material_code = {119};
   EXPECT_NEAR(run_batch(b).dt[0], 1.0 / std::sqrt(6.4), 1e-6);
