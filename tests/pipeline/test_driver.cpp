@@ -1,6 +1,7 @@
-// The batch driver called directly, with what the public entry never hands it:
-// several sections, skipped sections, a modulus scale other than 1 and node
-// coordinates at strides other than 3.
+// The batch driver and two of its steps called directly, with what the public
+// entry never hands them: several sections, skipped sections, a modulus scale
+// other than 1, node coordinates at strides other than 3, a preset geometry
+// node count and section rules of fewer than one point.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -164,6 +165,63 @@ TEST(Driver, UnknownMaterialCodeFailsTheBatchWithoutAnIncrement) {
     EXPECT_EQ(o.call_status, 8) << code;
     EXPECT_EQ(o.status, (std::vector<int>{8, 8})) << code;
     for (float dt : o.dt) EXPECT_EQ(bits(dt), 0x7F7FFFFFu) << code;
+  }
+}
+
+TEST(Classification, PresetGeometryCountThatDiffersIsExpanded) {
+  // CPS4R (id 52) keeps the caller's preset geometry node count. One that
+  // exceeds the 4 nodes by 1 expands each element as a triangle stored
+  // 1, 2, 3, 1; by 2, as a wedge stored 1, 2, 3, 1, 4, 5, 6, 4. Entry k of
+  // element e is 100 (k + 1) + e, so the expanded entries name their positions.
+  for (int preset : {5, 6}) {
+    const int n = 2, nodes = 4, id = 52;
+    int geom = preset, ndim = 2, points = 1, u = 0, ps = 0, ua = 0, shape = 0, cls = 1, freq = 0;
+    float dt_scale = 1.0f, b1 = 0.0f, tri[2] = {0, 0};
+    std::vector<int> connectivity(16), expanded(16, -1), status(2, 0);
+    for (int k = 0; k < 8; ++k)
+      for (int e = 0; e < n; ++e) connectivity[static_cast<size_t>(e + n * k)] = 100 * (k + 1) + e;
+    sti_ele_type(&n, &nodes, &geom, &ndim, &points, &id, &u, &ps, &ua, &shape, &cls,
+                 connectivity.data(), expanded.data(), status.data(), &freq, &dt_scale, &b1, tri);
+    const std::vector<int> want =
+        preset == 5 ? std::vector<int>{100, 101, 200, 201, 300, 301, 100, 101, -1, -1}
+                    : std::vector<int>{100, 101, 200, 201, 300, 301, 100, 101,
+                                       400, 401, 500, 501, 600, 601, 400, 401};
+    EXPECT_EQ(geom, preset);
+    EXPECT_EQ(std::vector<int>(expanded.begin(), expanded.begin() + static_cast<long>(want.size())), want);
+  }
+}
+
+TEST(SectionRule, CountsBelowOne) {
+  // Arrays prefilled with -9 show what each kind writes.
+  for (int count : {0, -3}) {
+    const auto rule = [&](int kind, float center, float width) {
+      struct { std::vector<float> p, w; std::vector<int> order; int count; } r{
+          std::vector<float>(8, -9.0f), std::vector<float>(8, -9.0f), std::vector<int>(8, -9), count};
+      sti_ope_integrule(&r.count, &center, &width, r.p.data(), r.w.data(), r.order.data(), &kind);
+      EXPECT_EQ(r.order, std::vector<int>(8, -9)) << kind << ' ' << count;
+      return r;
+    };
+    // Simpson on [-1, 3]: the first point c - h = -1 and nothing else.
+    const auto simpson = rule(1, 1.0f, 4.0f);
+    EXPECT_EQ(simpson.p, (std::vector<float>{-1, -9, -9, -9, -9, -9, -9, -9})) << count;
+    EXPECT_EQ(simpson.w, std::vector<float>(8, -9.0f));
+    // Gauss on [-0.75, 1.25]: the seven-point rule, whose outer abscissae are
+    // -+0.9491079123 (largest root of P7), in the first seven entries, not
+    // mirrored; its weights sum to the width.
+    const auto gauss = rule(2, 0.25f, 2.0f);
+    EXPECT_NEAR(gauss.p[0], 0.25 - 0.9491079123, 1e-6) << count;
+    EXPECT_EQ(gauss.p[3], 0.25f);
+    EXPECT_NEAR(gauss.p[6], 0.25 + 0.9491079123, 1e-6);
+    float sum = 0.0f;
+    for (int i = 0; i < 7; ++i) sum += gauss.w[static_cast<size_t>(i)];
+    EXPECT_NEAR(sum, 2.0f, 1e-6f);
+    EXPECT_EQ(gauss.p[7], -9.0f);
+    EXPECT_EQ(gauss.w[7], -9.0f);
+    // Trapezoid: its last point would lie before the arrays; nothing is written.
+    const auto trapezoid = rule(3, 0.0f, 1.0f);
+    EXPECT_EQ(trapezoid.p, std::vector<float>(8, -9.0f)) << count;
+    EXPECT_EQ(trapezoid.w, std::vector<float>(8, -9.0f));
+    EXPECT_EQ(trapezoid.count, count);
   }
 }
 
