@@ -6,12 +6,14 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <climits>
 #include <cmath>
 #include <functional>
 #include <limits>
 #include <string>
 #include <vector>
 
+#include "interface/batches.hpp"
 #include "stabletime/stabletime.h"
 #include "support/call.hpp"
 #include "well_shaped.hpp"
@@ -242,6 +244,27 @@ TEST(HostileInputs, CodesOfBatchesWithFailures) {
   ones.thickness->assign(3, 1.0f);
   null.thickness.reset();
   EXPECT_EQ(sti_test::bits(sti_test::run(ones).dt[2]), sti_test::bits(sti_test::run(null).dt[2]));
+}
+
+// The cutting of the largest count into batches, INT_MAX = 16777215 * 128 +
+// 127: as many full batches, then one of 127 starting at 2147483520, with no
+// index past INT_MAX on the way.
+TEST(HostileInputs, BatchesOfTheLargestCountStayInRange) {
+  long long batches = 0, next = 0;
+  bool contiguous = true;
+  int last_first = -1, last_count = -1;
+  sti::interface::for_each_batch(INT_MAX, [&](int first, int count) {
+    contiguous = contiguous && first == next && count >= 1 && count <= 128;
+    next = static_cast<long long>(first) + count;
+    last_first = first;
+    last_count = count;
+    ++batches;
+  });
+  EXPECT_TRUE(contiguous);
+  EXPECT_EQ(next, INT_MAX);
+  EXPECT_EQ(batches, 16777216);
+  EXPECT_EQ(last_first, 2147483520);
+  EXPECT_EQ(last_count, 127);
 }
 
 // Non-finite and extreme coordinates in one element and all of another, in
