@@ -25,16 +25,17 @@ TEST(SolidCohesive, SumsOfSquaresFollowTheirEnumeration) {
   // with kappa 1/2, rows of size 1/2 in x and dz in z at nodes 1 and 2 of both
   // faces; axis t the edge (1 -> 4), rows of size dx in x, 1/2 in y and dz in
   // z at nodes 1 and 4. These dx and dz make the float sums order-dependent.
-  const float dx = 0.61f, dz = 0.75f;
+  const float dx = 0.62f, dz = 0.97f;
   const float a = (dx - 1.0f) * (dx - 1.0f), b = (dx + 1.0f) * (dx + 1.0f), c = dx * dx;
   const float q = 0.25f, z = dz * dz;
   // Point by point, component by component, lower node then upper node.
   const float s_n = sum({a, b, c, c});
   // Axis s then t; component x, y, z; lower nodes, then upper nodes.
   const float s_s = sum({q, q, q, q, z, z, z, z, c, c, c, c, q, q, q, q, z, z, z, z});
-  // Lower face first, components fastest: other floats for both sums.
+  // Lower face first, components fastest or slowest: other floats.
   const float s_n_by_face = sum({a, c, b, c});
   const float s_s_by_face = sum({q, z, q, z, q, z, q, z, c, q, z, c, q, z, c, q, z, c, q, z});
+  const float s_s_faces_out = sum({q, q, z, z, q, q, z, z, c, c, q, q, z, z, c, c, q, q, z, z});
   const auto lsq_of = [&](float s) { return 2.0f * dz / (0.25f * s); };  // S above 7: f = 1
 
   // Corner rules, the frame and local coordinates of the mid-surface, then the
@@ -53,10 +54,11 @@ TEST(SolidCohesive, SumsOfSquaresFollowTheirEnumeration) {
   sti_ope_coh3d8geom(&coh_flag, &n, &corner, &points, &status, rule_n, dn1, dn2, frame, &work_a,
                      work_b, g, local, d, &mass, &thickness, &density, &lsq);
   EXPECT_EQ(status, 0);
-  EXPECT_EQ(bits(mass), bits(0.375f));  // h_g J = 1.5 / 4
+  EXPECT_EQ(bits(mass), bits(2.0f * dz * 0.25f));  // h_g J
   EXPECT_EQ(bits(lsq), bits(lsq_of(s_s + s_n)));
   EXPECT_NE(bits(lsq), bits(lsq_of(s_s + s_n_by_face)));
   EXPECT_NE(bits(lsq), bits(lsq_of(s_s_by_face + s_n)));
+  EXPECT_NE(bits(lsq), bits(lsq_of(s_s_faces_out + s_n)));
 }
 
 }  // namespace
