@@ -124,8 +124,8 @@ std::array<double, 3> jacobi_eigenvalues(std::array<std::array<double, 3>, 3> a)
 // generic case, where no two principal values come close (gap at least a tenth
 // of the spread), the arccosine is well conditioned and the closed form carries
 // only the rounding of some twenty single precision operations on numbers of
-// the size of the largest principal value, plus acosf and cosf (about 1 ulp
-// each): within 16 ulp of that value. Close principal values make the
+// the size of the largest principal value, plus acos and cos (correctly rounded,
+// half an ulp each): within 16 ulp of that value. Close principal values make the
 // arccosine amplify rounding of h by 1 / sqrt(1 - h^2), and the end cases
 // h >= 1, h <= -1 deliberately return the largest signed value, so those
 // tensors are left out.
