@@ -163,7 +163,23 @@ TEST(CorrectlyRoundedCos, HardestCases) {
   expect_cases("cos", sti::cr::cos, cases, std::size(cases));
 }
 
-// HARD_CASES_EXP
+TEST(CorrectlyRoundedExp, HardestCases) {
+  const Case cases[] = {
+      {0xC16912CDu, 0x34FD331Bu},  // -0x1.d2259ap+3: 5182
+      {0xBBF0EDF1u, 0x3F7E1FE9u},  // -0x1.e1dbe2p-8: 9924
+      {0xC2B2E798u, 0x000F6DCEu},  // -0x1.65cf3p+6: a subnormal result near a midpoint
+      {0x377EFF81u, 0x3F800080u},  // 0x1.fdff02p-17: 11178
+      {0xBAE0E25Cu, 0x3F7F8FA7u},  // -0x1.c1c4b8p-10: 14748
+      {0xB3000000u, 0x3F800000u},  // -0x1p-25: 16384
+      {0x39C6BE5Bu, 0x3F800C6Du},  // 0x1.8d7cb6p-12: 16794
+      {0x38E69CC1u, 0x3F80039Au},  // 0x1.cd3982p-14: 17734
+      {0x383A3EF1u, 0x3F800175u},  // 0x1.747de2p-15: 18672
+      {0x3D1A274Eu, 0x3F84E8BAu},  // 0x1.344e9cp-5: 20952
+      {0x40315B33u, 0x417FA47Du},  // 0x1.62b666p+1: 23428
+      {0x4001B249u, 0x40F2CD14u},  // 0x1.036492p+1: 26064
+  };
+  expect_cases("exp", sti::cr::exp, cases, std::size(cases));
+}
 
 TEST(CorrectlyRoundedSweep, ExpMatchesLongDouble) {
   sweep(sti::cr::exp, [](long double x) { return expl(x); }, 0x00000000u, 0x42B17217u, "exp");
