@@ -5,6 +5,7 @@
 // lower to an upper plateau; the tetrahedron has a fixed factor.
 #include <cmath>
 
+#include "common/correctly_rounded.hpp"
 #include "continuum/face_measure.hpp"
 #include "stabletime/pipeline.h"
 
@@ -33,7 +34,7 @@ Family family_of(int elem_type_id) {
 }
 
 inline float shape_factor(const Blend& b, float r) {
-  const float blended = b.lower + b.rise * (1.0f - std::exp(b.rate * (r - 1.0f)));
+  const float blended = b.lower + b.rise * (1.0f - cr::exp(b.rate * (r - 1.0f)));
   return r <= 1.0f ? b.lower : (r <= b.upper_bound ? blended : b.upper);
 }
 

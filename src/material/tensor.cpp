@@ -4,6 +4,7 @@
 #include <bit>
 #include <cmath>
 
+#include "common/correctly_rounded.hpp"
 #include "common/numerics.hpp"
 #include "material/moduli.hpp"
 
@@ -55,9 +56,9 @@ float symmetric_tensor_modulus(int ndim, const float* props) {
       g * g;
   if (h >= 1.0f) return r + m;
   if (h <= -1.0f) return m + r * 0.5f;
-  const float phi = kOneThird * std::acos(h);
-  const float c1 = std::cos(phi);
-  const float c2 = std::cos(phi + kTwoPiOverThree);
+  const float phi = kOneThird * cr::acos(h);
+  const float c1 = cr::cos(phi);
+  const float c2 = cr::cos(phi + kTwoPiOverThree);
   return max_of(std::fabs(m + r * c1), std::fabs(m + r * c2), std::fabs(m - r * (c1 + c2)));
 }
 
