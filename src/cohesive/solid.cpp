@@ -10,6 +10,7 @@
 
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "cohesive/cohesive.hpp"
 
 namespace sti::cohesive {
 namespace {
@@ -242,30 +243,28 @@ void solid_cohesive(int coh_flag, int n, int point_index, int* elem_status, cons
 }  // namespace
 }  // namespace sti::cohesive
 
-extern "C" STI_EXPORT void sti_ope_coh3d8geom(
-    const int* coh_flag, const int* batch_count, const int* point_index,
-    const int* run_point_count, int* elem_status, const float* rule_n, const float* rule_dn1,
-    const float* rule_dn2, const float* frame, const float* cohesive_work_a,
-    const float* cohesive_work_b, const float* coords_g, const float* local_g,
-    const float* coords_d, float* element_mass, const float* thickness, const float* density,
-    float* lsq) {
-  (void)run_point_count;  // an array extent only
-  sti::cohesive::solid_cohesive<sti::cohesive::Hexahedral>(
-      *coh_flag, *batch_count, *point_index, elem_status, rule_n, rule_dn1, rule_dn2, nullptr,
-      frame, cohesive_work_a, cohesive_work_b, coords_g, local_g, coords_d, element_mass,
-      thickness, density, lsq);
+namespace sti::cohesive {
+
+void eight_node_cohesive(int coh_flag, int n, int point_index, int* elem_status,
+                         const float* rule_n, const float* rule_dn1, const float* rule_dn2,
+                         const float* frame, const float* work_a, const float* work_b,
+                         const float* coords_g, const float* local_g, const float* coords_d,
+                         float* element_mass, const float* thickness, const float* density,
+                         float* lsq) {
+  solid_cohesive<Hexahedral>(coh_flag, n, point_index, elem_status, rule_n, rule_dn1, rule_dn2,
+                             nullptr, frame, work_a, work_b, coords_g, local_g, coords_d,
+                             element_mass, thickness, density, lsq);
 }
 
-extern "C" STI_EXPORT void sti_ope_coh3d6geom(
-    const int* coh_flag, const int* batch_count, const int* point_index,
-    const int* run_point_count, int* elem_status, const float* rule_n, const float* rule_dn1,
-    const float* rule_dn2, const float* rule_w, const float* frame, const float* cohesive_work_a,
-    const float* cohesive_work_b, const float* coords_g, const float* local_g,
-    const float* coords_d, float* element_mass, const float* thickness, const float* density,
-    float* lsq) {
-  (void)run_point_count;  // an array extent only
-  sti::cohesive::solid_cohesive<sti::cohesive::Wedge>(
-      *coh_flag, *batch_count, *point_index, elem_status, rule_n, rule_dn1, rule_dn2, rule_w,
-      frame, cohesive_work_a, cohesive_work_b, coords_g, local_g, coords_d, element_mass,
-      thickness, density, lsq);
+void six_node_cohesive(int coh_flag, int n, int point_index, int* elem_status,
+                       const float* rule_n, const float* rule_dn1, const float* rule_dn2,
+                       const float* rule_w, const float* frame, const float* work_a,
+                       const float* work_b, const float* coords_g, const float* local_g,
+                       const float* coords_d, float* element_mass, const float* thickness,
+                       const float* density, float* lsq) {
+  solid_cohesive<Wedge>(coh_flag, n, point_index, elem_status, rule_n, rule_dn1, rule_dn2,
+                        rule_w, frame, work_a, work_b, coords_g, local_g, coords_d, element_mass,
+                        thickness, density, lsq);
 }
+
+}  // namespace sti::cohesive

@@ -5,6 +5,7 @@
 // the squared gradient components, which gives h^2/3 for a cube of side h.
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "continuum/continuum.hpp"
 
 namespace sti::continuum {
 
@@ -74,11 +75,3 @@ void hexahedron(int n, int* __restrict elem_status, const float* __restrict coor
 }
 
 }  // namespace sti::continuum
-
-extern "C" STI_EXPORT void sti_ope_c3dh8geom(const int* batch_count, int* elem_status,
-                                             const float* coords, float* work_a, float* work_b,
-                                             float* element_mass, const float* density,
-                                             float* lsq) {
-  sti::continuum::hexahedron(*batch_count, elem_status, coords, work_a, work_b, element_mass,
-                             density, lsq);
-}

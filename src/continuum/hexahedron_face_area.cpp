@@ -7,6 +7,7 @@
 
 #include "continuum/face_measure.hpp"
 #include "stabletime/pipeline.h"
+#include "continuum/continuum.hpp"
 
 namespace sti::continuum {
 
@@ -86,9 +87,3 @@ void hexahedron_face_area(int n, int elem_type_id, const float* __restrict coord
 }
 
 }  // namespace sti::continuum
-
-extern "C" STI_EXPORT void sti_ope_c3d8facearea(const int* batch_count, const int* elem_type_id,
-                                                const float* coords, float* freq,
-                                                const float* work_a, const float* work_b) {
-  sti::continuum::hexahedron_face_area(*batch_count, *elem_type_id, coords, freq, work_a, work_b);
-}

@@ -5,6 +5,7 @@
 // the element takes the increment of its most critical piece.
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "continuum/continuum.hpp"
 
 namespace sti::continuum {
 
@@ -56,15 +57,3 @@ void ten_node_tetrahedron_piece(int n, int point_index, float* hex_coords, const
 }
 
 }  // namespace sti::continuum
-
-extern "C" STI_EXPORT void sti_ope_solidt6mgeom(const int* batch_count, const int* point_index,
-                                                const int* /*ndim*/, float* quad_coords,
-                                                const float* coords_g) {
-  sti::continuum::six_node_triangle_piece(*batch_count, *point_index, quad_coords, coords_g);
-}
-
-extern "C" STI_EXPORT void sti_ope_c3d10mgeom(const int* batch_count, const int* point_index,
-                                              const int* /*ndim*/, float* hex_coords,
-                                              const float* coords_g) {
-  sti::continuum::ten_node_tetrahedron_piece(*batch_count, *point_index, hex_coords, coords_g);
-}

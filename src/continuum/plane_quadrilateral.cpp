@@ -6,6 +6,7 @@
 // outputs, so that no later stage needs a guard; its status says it failed.
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "continuum/continuum.hpp"
 
 namespace sti::continuum {
 
@@ -103,20 +104,3 @@ void axisymmetric_quadrilateral(int n, int* __restrict elem_status,
 }
 
 }  // namespace sti::continuum
-
-extern "C" STI_EXPORT void sti_ope_c2dq4geom(const int* batch_count, int* elem_status,
-                                             const float* tri_flag, const float* coords,
-                                             float* work_a, float* work_b, float* element_mass,
-                                             const float* thickness, const float* density,
-                                             float* lsq) {
-  sti::continuum::plane_quadrilateral(*batch_count, elem_status, tri_flag, coords, work_a, work_b,
-                                      element_mass, thickness, density, lsq);
-}
-
-extern "C" STI_EXPORT void sti_ope_caxq4geom(const int* batch_count, int* elem_status,
-                                             const float* tri_flag, const float* coords,
-                                             float* element_mass, const float* density,
-                                             float* lsq) {
-  sti::continuum::axisymmetric_quadrilateral(*batch_count, elem_status, tri_flag, coords,
-                                             element_mass, density, lsq);
-}

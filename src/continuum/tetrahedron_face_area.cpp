@@ -7,6 +7,7 @@
 // Point 3 leaves its own inner face B out of its estimate; it only serves point 4.
 #include "continuum/face_measure.hpp"
 #include "stabletime/pipeline.h"
+#include "continuum/continuum.hpp"
 
 namespace sti::continuum {
 
@@ -79,10 +80,3 @@ void tetrahedron_piece_face_area(int n, int point_index, const float* hex_coords
 }
 
 }  // namespace sti::continuum
-
-extern "C" STI_EXPORT void sti_ope_c3d10mfacearea(const int* batch_count, const int* point_index,
-                                                  const float* hex_coords, float* freq,
-                                                  const float* work_a) {
-  sti::continuum::tetrahedron_piece_face_area(*batch_count, *point_index, hex_coords, freq,
-                                              work_a);
-}

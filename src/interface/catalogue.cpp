@@ -4,7 +4,7 @@
 // caller's name never matter, leading blanks and letter case do.
 #include <cstring>
 
-#include "stabletime/pipeline.h"
+#include "interface/interface.hpp"
 
 namespace sti::interface {
 namespace {
@@ -52,6 +52,8 @@ bool blank_padded_equal(const char* a, int a_len, const char* b, int b_len) {
   return true;
 }
 
+}  // namespace
+
 void type_from_name(int& elem_type_id, int& node_count, int& point_count, int& name_status,
                     const char* name, int name_length) {
   const int length = name_length > 0 ? name_length : 0;
@@ -70,12 +72,4 @@ void type_from_name(int& elem_type_id, int& node_count, int& point_count, int& n
   name_status = 1;
 }
 
-}  // namespace
 }  // namespace sti::interface
-
-extern "C" STI_EXPORT void sti_ele_typefromname(int* elem_type_id, int* node_count,
-                                                int* point_count, int* name_status,
-                                                const char* name, const int* name_length) {
-  sti::interface::type_from_name(*elem_type_id, *node_count, *point_count, *name_status, name,
-                                 *name_length);
-}

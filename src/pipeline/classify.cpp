@@ -3,6 +3,7 @@
 // the expanded connectivity of types stored with repeated nodes.
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "pipeline/pipeline.hpp"
 
 namespace sti::pipeline {
 namespace {
@@ -100,6 +101,8 @@ void expand_connectivity(int n, int node_count, int geom_node_count, const int* 
   }
 }
 
+}  // namespace
+
 void classify(int n, int node_count, int& geom_node_count, int& ndim, int& run_point_count,
               int elem_type_id, int& unsupported, int& plane_stress_flag, int& uniaxial_flag,
               int& shape_code, int& elem_class, const int* connectivity, int* expanded,
@@ -131,19 +134,4 @@ void classify(int n, int node_count, int& geom_node_count, int& ndim, int& run_p
     for (int e = 0; e < n; ++e) tri_flag[e] = 1.0f;
 }
 
-}  // namespace
 }  // namespace sti::pipeline
-
-extern "C" STI_EXPORT void sti_ele_type(const int* batch_count, const int* node_count,
-                                        int* geom_node_count, int* ndim, int* run_point_count,
-                                        const int* elem_type_id, int* unsupported,
-                                        int* plane_stress_flag, int* uniaxial_flag,
-                                        int* shape_code, int* elem_class, const int* connectivity,
-                                        int* expanded_connectivity, int* elem_status,
-                                        int* freq_flag, float* dt_scale, float* bulk_b1,
-                                        float* tri_flag) {
-  sti::pipeline::classify(*batch_count, *node_count, *geom_node_count, *ndim, *run_point_count,
-                          *elem_type_id, *unsupported, *plane_stress_flag, *uniaxial_flag,
-                          *shape_code, *elem_class, connectivity, expanded_connectivity,
-                          elem_status, *freq_flag, *dt_scale, *bulk_b1, tri_flag);
-}

@@ -3,7 +3,10 @@
 // (geometry, effective moduli, time increment) point by point, keeping each
 // element's minimum. All working memory is private to the call.
 #include "common/numerics.hpp"
-#include "stabletime/pipeline.h"
+#include "acoustic/acoustic.hpp"
+#include "beam/beam.hpp"
+#include "material/material.hpp"
+#include "pipeline/pipeline.hpp"
 
 namespace sti::pipeline {
 namespace {
@@ -38,7 +41,9 @@ void keep_scaled_minimum(int n, const float* point_dt, float dt_scale, float* st
   for (int e = 0; e < n; ++e) stable_time[e] = min_of(stable_time[e], point_dt[e] * dt_scale);
 }
 
-void run_batch(int coord_stride, int node_total, int n, int& call_status, int* elem_status,
+}  // namespace
+
+void run_batch(int coord_stride, int n, int& call_status, int* elem_status,
                int point_count, int section_count, int node_count, const int* section_skip,
                const int* material_code, int elem_type_id, const int* connectivity,
                const float* node_coords, const float* thickness, float unit_scale,
@@ -83,10 +88,9 @@ void run_batch(int coord_stride, int node_total, int n, int& call_status, int* e
   int elem_class = 1;
   float dt_scale = 1.0f, bulk_b1 = 0.0f;
   call_status = 0;
-  sti_ele_type(&n, &node_count, &geom_node_count, &ndim, &run_point_count, &elem_type_id,
-               &unsupported, &plane_stress_flag, &uniaxial_flag, &shape_code, &elem_class,
-               connectivity, w.expanded_connectivity, elem_status, &freq_flag, &dt_scale,
-               &bulk_b1, w.tri_flag);
+  classify(n, node_count, geom_node_count, ndim, run_point_count, elem_type_id, unsupported,
+           plane_stress_flag, uniaxial_flag, shape_code, elem_class, connectivity,
+           w.expanded_connectivity, elem_status, freq_flag, dt_scale, bulk_b1, w.tri_flag);
 
   // 5. A type without a classification fails the whole batch.
   if (unsupported != 0) {
@@ -98,27 +102,25 @@ void run_batch(int coord_stride, int node_total, int n, int& call_status, int* e
   bulk_b1 = bulk_b1 * bulk_scale;
 
   // 7. Rule tables, from the catalogue's point count.
-  sti_ope_fullintegrule(&rule_kind, &rule_family, &rule_nodes, &point_count, w.rule_n,
-                        w.rule_dn1, w.rule_dn2, w.rule_w);
+  full_integration_rule(rule_kind, rule_family, rule_nodes, point_count, w.rule_n, w.rule_dn1,
+                        w.rule_dn2, w.rule_w);
 
   // 8. Gather.
   const int* geometry_connectivity =
       geom_node_count == node_count ? connectivity : w.expanded_connectivity;
   if (elem_type_id == 2076 || elem_type_id == 2031 || shape_code == 0x1203C08) {
     const int direction = 3;
-    sti_ope_gengatherr3dndir(&n, &ndim, &coord_stride, &node_total, &direction,
-                             geometry_connectivity, w.coords_g, w.coords_d, node_coords);
+    gather_solid_pairs(n, ndim, coord_stride, direction, geometry_connectivity, w.coords_g,
+                       w.coords_d, node_coords);
   } else if (shape_code == 0x1202404) {
     const int direction = 2;
-    sti_ope_gengatherr2dndir(&n, &ndim, &coord_stride, &node_total, &direction, connectivity,
-                             w.coords_g, w.coords_d, node_coords);
+    gather_planar_pairs(n, ndim, coord_stride, direction, connectivity, w.coords_g, w.coords_d,
+                        node_coords);
   } else if (shape_code == 0x360B) {
-    sti_ope_gengatherrc3d10m(&n, &ndim, &coord_stride, &node_total, connectivity, w.coords_g,
-                             node_coords);
+    gather_tet10(n, coord_stride, connectivity, w.coords_g, node_coords);
   } else {
     const int value_count = n * geom_node_count;
-    sti_ope_gengatherr(&value_count, &ndim, &coord_stride, &node_total, geometry_connectivity,
-                       w.coords_g, node_coords);
+    gather(value_count, ndim, coord_stride, geometry_connectivity, w.coords_g, node_coords);
   }
 
   // 9. The loop of the driver class.
@@ -130,40 +132,39 @@ void run_batch(int coord_stride, int node_total, int n, int& call_status, int* e
     const float modulus_scale = elem_class == 1 && uniaxial_flag != 0 ? section_area : unit_scale;
     for (int section_index = 1; section_index <= sections; ++section_index) {
       for (int point_index = 1; point_index <= run_point_count; ++point_index) {
-        sti_ele_elementgeom(&n, &point_index, &run_point_count, &section_index,
-                            &geom_node_count, &elem_type_id, elem_status, &shape_code,
-                            &section_skip[section_index - 1], &coh_flag, &freq_flag, w.tri_flag,
-                            w.coords_g, w.coords_d, w.element_mass, thick, &coh_value,
-                            &section_area, density, w.lsq, w.freq, w.rule_n, w.rule_dn1,
-                            w.rule_dn2, w.rule_w);
-        sti_ele_effmodulus(&n, &ndim, elem_status, &material_code[section_index - 1],
-                           &plane_stress_flag, &uniaxial_flag, &modulus_scale, thick, w.two_g,
-                           w.three_k, w.wave_modulus, material_props);
+        element_geometry(n, point_index, run_point_count, section_index, elem_type_id,
+                         elem_status, shape_code, section_skip[section_index - 1], coh_flag,
+                         freq_flag, w.tri_flag, w.coords_g, w.coords_d, w.element_mass, thick,
+                         &coh_value, &section_area, density, w.lsq, w.freq, w.rule_n,
+                         w.rule_dn1, w.rule_dn2, w.rule_w);
+        material::effective_moduli(n, ndim, elem_status, material_code[section_index - 1],
+                                   plane_stress_flag, uniaxial_flag, modulus_scale, thick,
+                                   w.two_g, w.three_k, w.wave_modulus, material_props);
         const bool first = section_index == 1 && point_index == 1;
-        sti_ele_elementdt(&n, &plane_stress_flag, elem_status, &freq_flag, &alpha_damping,
-                          &beta_damping, &bulk_b1, w.lsq, w.freq, w.two_g, w.three_k,
-                          w.wave_modulus, w.element_mass, first ? stable_time : w.point_dt);
+        material::element_dt(n, plane_stress_flag, elem_status, freq_flag, alpha_damping,
+                             beta_damping, bulk_b1, w.lsq, w.freq, w.two_g, w.three_k,
+                             w.wave_modulus, w.element_mass, first ? stable_time : w.point_dt);
         if (!first) keep_scaled_minimum(n, w.point_dt, dt_scale, stable_time);
       }
     }
   } else if (elem_class == 3) {
     // Beams: every point, the first too, through point_dt and dt_scale.
     for (int point_index = 1; point_index <= run_point_count; ++point_index) {
-      sti_ope_beamelementgeom(&n, &point_index, &geom_node_count, elem_status, &shape_code,
-                              w.coords_g, w.element_mass, &section_area, density, w.lsq);
-      sti_ele_effmodulus(&n, &ndim, elem_status, &material_code[0], &plane_stress_flag,
-                         &uniaxial_flag, &section_area, thick, w.two_g, w.three_k,
-                         w.wave_modulus, material_props);
-      sti_ele_elementdt(&n, &plane_stress_flag, elem_status, &freq_flag, &alpha_damping,
-                        &beta_damping, &bulk_b1, w.lsq, w.freq, w.two_g, w.three_k,
-                        w.wave_modulus, w.element_mass, w.point_dt);
+      beam::beam_geometry(n, point_index, elem_status, shape_code, w.coords_g, w.element_mass,
+                          section_area, density, w.lsq);
+      material::effective_moduli(n, ndim, elem_status, material_code[0], plane_stress_flag,
+                                 uniaxial_flag, section_area, thick, w.two_g, w.three_k,
+                                 w.wave_modulus, material_props);
+      material::element_dt(n, plane_stress_flag, elem_status, freq_flag, alpha_damping,
+                           beta_damping, bulk_b1, w.lsq, w.freq, w.two_g, w.three_k,
+                           w.wave_modulus, w.element_mass, w.point_dt);
       keep_scaled_minimum(n, w.point_dt, dt_scale, stable_time);
     }
   } else if (elem_class == 4) {
     // Acoustic: no point loop and no moduli.
-    sti_ele_acelementgeom(&n, &geom_node_count, elem_status, &shape_code, w.tri_flag,
-                          w.coords_g, w.element_mass, w.lsq);
-    sti_ope_acousticelemdt(&n, elem_status, density, w.lsq, stable_time, material_props);
+    acoustic::element_length(n, elem_status, shape_code, w.tri_flag, w.coords_g, w.element_mass,
+                             w.lsq);
+    acoustic::increment(n, elem_status, density, w.lsq, stable_time, material_props);
   }
 
   // 10. The batch reports the status of its last failed element.
@@ -171,20 +172,4 @@ void run_batch(int coord_stride, int node_total, int n, int& call_status, int* e
     if (elem_status[e] != 0) call_status = elem_status[e];
 }
 
-}  // namespace
 }  // namespace sti::pipeline
-
-extern "C" STI_EXPORT void sti_ele_stabletime(
-    const int* coord_stride, const int* node_total, const int* batch_count, int* call_status,
-    int* elem_status, const int* point_count, const int* section_count, const int* node_count,
-    const int* section_skip, const int* material_code, const int* elem_type_id,
-    const int* connectivity, const float* node_coords, const float* thickness,
-    const float* unit_scale, const float* section_area, const float* alpha_damping,
-    const float* beta_damping, const float* bulk_scale, const float* density,
-    const float* cohesive_params, float* stable_time, const float* material_props) {
-  sti::pipeline::run_batch(*coord_stride, *node_total, *batch_count, *call_status, elem_status,
-                           *point_count, *section_count, *node_count, section_skip,
-                           material_code, *elem_type_id, connectivity, node_coords, thickness,
-                           *unit_scale, *section_area, *alpha_damping, *beta_damping,
-                           *bulk_scale, density, cohesive_params, stable_time, material_props);
-}

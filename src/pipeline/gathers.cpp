@@ -4,6 +4,7 @@
 // tetrahedron. Node numbers are one-based and trusted.
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "pipeline/pipeline.hpp"
 
 namespace sti::pipeline {
 namespace {
@@ -22,6 +23,8 @@ inline float node_value(const float* node_coords, int coord_stride, const int* c
   const int node = connectivity[e + n * (position - 1)];
   return node_coords[static_cast<long long>(node - 1) * coord_stride + c];
 }
+
+}  // namespace
 
 void gather(int value_count, int ndim, int coord_stride, const int* node_list, float* values_out,
             const float* node_coords) {
@@ -120,43 +123,4 @@ void gather_tet10(int n, int coord_stride, const int* connectivity, float* coord
   }
 }
 
-}  // namespace
 }  // namespace sti::pipeline
-
-extern "C" STI_EXPORT void sti_ope_gengatherr(const int* value_count, const int* ndim,
-                                              const int* coord_stride, const int* node_total,
-                                              const int* node_list, float* values_out,
-                                              const float* node_coords) {
-  (void)node_total;
-  sti::pipeline::gather(*value_count, *ndim, *coord_stride, node_list, values_out, node_coords);
-}
-
-extern "C" STI_EXPORT void sti_ope_gengatherr2dndir(const int* batch_count, const int* ndim,
-                                                    const int* coord_stride,
-                                                    const int* node_total, const int* direction,
-                                                    const int* connectivity, float* coords_g,
-                                                    float* coords_d, const float* node_coords) {
-  (void)node_total;
-  sti::pipeline::gather_planar_pairs(*batch_count, *ndim, *coord_stride, *direction,
-                                     connectivity, coords_g, coords_d, node_coords);
-}
-
-extern "C" STI_EXPORT void sti_ope_gengatherr3dndir(const int* batch_count, const int* ndim,
-                                                    const int* coord_stride,
-                                                    const int* node_total, const int* direction,
-                                                    const int* connectivity, float* coords_g,
-                                                    float* coords_d, const float* node_coords) {
-  (void)node_total;
-  sti::pipeline::gather_solid_pairs(*batch_count, *ndim, *coord_stride, *direction,
-                                    connectivity, coords_g, coords_d, node_coords);
-}
-
-extern "C" STI_EXPORT void sti_ope_gengatherrc3d10m(const int* batch_count, const int* ndim,
-                                                    const int* coord_stride,
-                                                    const int* node_total,
-                                                    const int* connectivity, float* coords_g,
-                                                    const float* node_coords) {
-  (void)ndim;
-  (void)node_total;
-  sti::pipeline::gather_tet10(*batch_count, *coord_stride, connectivity, coords_g, node_coords);
-}

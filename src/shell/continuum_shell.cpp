@@ -7,6 +7,7 @@
 
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "shell/shell.hpp"
 
 namespace sti::shell {
 
@@ -82,12 +83,3 @@ void continuum_shell(int n, int* __restrict elem_status, const float* __restrict
 }
 
 }  // namespace sti::shell
-
-extern "C" STI_EXPORT void sti_ope_sc3dgeom(const int* batch_count, int* elem_status,
-                                            const float* tri_flag, const float* local_g,
-                                            const float* coords_d, const float* local_d,
-                                            float* element_mass, const float* thickness,
-                                            const float* density, float* lsq) {
-  sti::shell::continuum_shell(*batch_count, elem_status, tri_flag, local_g, coords_d, local_d,
-                              element_mass, thickness, density, lsq);
-}

@@ -8,6 +8,7 @@
 
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "shell/shell.hpp"
 
 namespace sti::shell {
 
@@ -99,23 +100,3 @@ void axisymmetric_shell(int n, int* __restrict elem_status, const float* __restr
 }
 
 }  // namespace sti::shell
-
-extern "C" STI_EXPORT void sti_ope_m3d4geom(const int* batch_count, int* elem_status,
-                                            const int* point_index, const int* run_point_count,
-                                            const float* tri_flag, const float* rule_dn1,
-                                            const float* rule_dn2, const float* local_g,
-                                            float* work_a, float* work_b, float* element_mass,
-                                            const float* thickness, const float* density,
-                                            float* lsq) {
-  (void)run_point_count;  // an array extent only
-  sti::shell::full_membrane(*batch_count, elem_status, *point_index, tri_flag, rule_dn1, rule_dn2,
-                            local_g, work_a, work_b, element_mass, thickness, density, lsq);
-}
-
-extern "C" STI_EXPORT void sti_ope_maxl2geom(const int* batch_count, int* elem_status,
-                                             const float* coords_g, float* local_line,
-                                             float* element_mass, const float* thickness,
-                                             const float* density, float* lsq) {
-  sti::shell::axisymmetric_shell(*batch_count, elem_status, coords_g, local_line, element_mass,
-                                 thickness, density, lsq);
-}

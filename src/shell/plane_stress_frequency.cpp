@@ -8,6 +8,7 @@
 
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "shell/shell.hpp"
 
 namespace sti::shell {
 
@@ -90,16 +91,3 @@ void quadrilateral_frequency(int full_integration, int n, const float* __restric
 }
 
 }  // namespace sti::shell
-
-extern "C" STI_EXPORT void sti_ope_3nodeelempsfreqgeom(const int* batch_count, const float* coords,
-                                                       const float* work_b, float* freq) {
-  sti::shell::triangle_frequency(*batch_count, coords, work_b, freq);
-}
-
-extern "C" STI_EXPORT void sti_ope_4nodeelempsfreqgeom(const int* full_integration,
-                                                       const int* batch_count,
-                                                       const float* coords, const float* work_a,
-                                                       const float* work_b, float* freq) {
-  sti::shell::quadrilateral_frequency(*full_integration, *batch_count, coords, work_a, work_b,
-                                      freq);
-}

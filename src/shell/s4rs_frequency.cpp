@@ -7,6 +7,7 @@
 // this route whatever their frequency flag says.
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "shell/shell.hpp"
 
 namespace sti::shell {
 
@@ -57,10 +58,3 @@ void small_strain_shell_frequency(int n, const float* __restrict coords,
 }
 
 }  // namespace sti::shell
-
-extern "C" STI_EXPORT void sti_ope_s4rsfreqgeom(const int* batch_count, const float* coords,
-                                                const float* work_a, const float* work_b,
-                                                float* lsq, const float* tri_flag, float* freq) {
-  sti::shell::small_strain_shell_frequency(*batch_count, coords, work_a, work_b, lsq, tri_flag,
-                                           freq);
-}

@@ -6,6 +6,7 @@
 // follows finds a zero area and reports it.
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "shell/shell.hpp"
 
 namespace sti::shell {
 
@@ -92,11 +93,3 @@ void surface_frame(int n, int point_index, int run_point_count, const float* rul
 }
 
 }  // namespace sti::shell
-
-extern "C" STI_EXPORT void sti_ope_m3dq4normal(const int* batch_count, const int* point_index,
-                                               const int* run_point_count, const float* rule_dn1,
-                                               const float* rule_dn2, const float* coords_g,
-                                               float* frame) {
-  sti::shell::surface_frame(*batch_count, *point_index, *run_point_count, rule_dn1, rule_dn2,
-                            coords_g, frame);
-}
