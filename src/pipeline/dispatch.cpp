@@ -1,6 +1,6 @@
 // Geometry dispatch of one integration point: runs the geometry stages of the
-// batch's computational shape, in their designed order, on private work arrays
-// that live for this one call.
+// batch's computational shape, in their designed order, on the work arrays that
+// the caller provides for the point.
 #include "cohesive/cohesive.hpp"
 #include "common/line_measure.hpp"
 #include "common/numerics.hpp"
@@ -10,20 +10,6 @@
 
 namespace sti::pipeline {
 namespace {
-
-// Private work arrays of the geometry stages of one point.
-struct PointWork {
-  float work_a[kBatchCapacity];  // padded area or volume
-  float work_b[kBatchCapacity];  // its guarded reciprocal
-  float quad_coords[kBatchCapacity * 4 * 2];
-  float hex_coords[kBatchCapacity * 8 * 3];
-  float frame[kBatchCapacity * 3 * 3];
-  float local_g[kBatchCapacity * 4 * 3];
-  float local_d[kBatchCapacity * 4 * 3];
-  float local_line[kBatchCapacity * 2 * 2];
-  float cohesive_work_a[kBatchCapacity];
-  float cohesive_work_b[kBatchCapacity * 3 * 2];
-};
 
 void fail_all(int n, int* elem_status, int status) {
   for (int e = 0; e < n; ++e) elem_status[e] = status;
@@ -35,36 +21,40 @@ void surface_geometry(int n, int point_index, int run_point_count, int elem_type
                       int* elem_status, int freq_flag, const float* tri_flag, const float* coords_g,
                       const float* coords_d, float* element_mass, const float* thickness,
                       const float* density, float* lsq, float* freq, const float* rule_dn1,
-                      const float* rule_dn2, PointWork& w) {
-  shell::surface_frame(n, point_index, run_point_count, rule_dn1, rule_dn2, coords_g, w.frame);
-  shell::rotate_into_frame(n, coords_g, w.local_g, w.frame);
+                      const float* rule_dn2, GeometryWork& w) {
+  shell::surface_frame(n, point_index, run_point_count, rule_dn1, rule_dn2, coords_g,
+                       w.surface.frame);
+  shell::rotate_into_frame(n, coords_g, w.surface.local_g, w.surface.frame);
 
   if (elem_type_id == 2076 || elem_type_id == 2031) {
-    shell::rotate_into_frame(n, coords_d, w.local_d, w.frame);
-    shell::continuum_shell(n, elem_status, tri_flag, w.local_g, coords_d, w.local_d, element_mass,
-                           thickness, density, lsq);
+    shell::rotate_into_frame(n, coords_d, w.surface.local_d, w.surface.frame);
+    shell::continuum_shell(n, elem_status, tri_flag, w.surface.local_g, coords_d, w.surface.local_d,
+                           element_mass, thickness, density, lsq);
     return;
   }
 
   if (run_point_count == 1) {
-    continuum::plane_quadrilateral(n, elem_status, tri_flag, w.local_g, w.work_a, w.work_b,
+    continuum::plane_quadrilateral(n, elem_status, tri_flag, w.surface.local_g, w.work_a, w.work_b,
                                    element_mass, thickness, density, lsq);
   } else {
-    shell::full_membrane(n, elem_status, point_index, tri_flag, rule_dn1, rule_dn2, w.local_g,
-                         w.work_a, w.work_b, element_mass, thickness, density, lsq);
+    shell::full_membrane(n, elem_status, point_index, tri_flag, rule_dn1, rule_dn2,
+                         w.surface.local_g, w.work_a, w.work_b, element_mass, thickness, density,
+                         lsq);
   }
 
   if (elem_type_id == 2073 || elem_type_id == 2071) {
-    shell::small_strain_shell_frequency(n, w.local_g, w.work_a, w.work_b, lsq, tri_flag, freq);
+    shell::small_strain_shell_frequency(n, w.surface.local_g, w.work_a, w.work_b, lsq, tri_flag,
+                                        freq);
     return;
   }
 
   if (freq_flag != 1) return;
   if (tri_flag[0] == 1.0f) {
-    shell::triangle_frequency(n, w.local_g, w.work_b, freq);
+    shell::triangle_frequency(n, w.surface.local_g, w.work_b, freq);
   } else {
     const int full_integration = elem_type_id == 152 ? 1 : 0;
-    shell::quadrilateral_frequency(full_integration, n, w.local_g, w.work_a, w.work_b, freq);
+    shell::quadrilateral_frequency(full_integration, n, w.surface.local_g, w.work_a, w.work_b,
+                                   freq);
   }
 }
 
@@ -76,13 +66,12 @@ void element_geometry(int n, int point_index, int run_point_count, int section_i
                       const float* coords_d, float* element_mass, const float* thickness,
                       const float* coh_value, const float* section_area, const float* density,
                       float* lsq, float* freq, const float* rule_n, const float* rule_dn1,
-                      const float* rule_dn2, const float* rule_w) {
+                      const float* rule_dn2, const float* rule_w, GeometryWork& w) {
   if (section_skip != 0) {
     if (section_index == 1) fail_all(n, elem_status, 5);
     return;
   }
 
-  PointWork w;
   const int not_full = 0;
   switch (shape_code) {
     case 0x2404:  // plane quadrilaterals and triangles
@@ -138,19 +127,19 @@ void element_geometry(int n, int point_index, int run_point_count, int section_i
                        rule_dn1, rule_dn2, w);
       break;
     case 0x1203C08:  // solid cohesive elements
-      cohesive::cohesive_frame(n, point_index, rule_dn1, rule_dn2, coords_g, w.frame,
-                               w.cohesive_work_a, w.cohesive_work_b);
-      shell::rotate_into_frame(n, coords_g, w.local_g, w.frame);
+      cohesive::cohesive_frame(n, point_index, rule_dn1, rule_dn2, coords_g, w.surface.frame,
+                               w.surface.cohesive.work_a, w.surface.cohesive.work_b);
+      shell::rotate_into_frame(n, coords_g, w.surface.local_g, w.surface.frame);
       if (elem_type_id == 3903)
         cohesive::eight_node_cohesive(coh_flag, n, point_index, elem_status, rule_n, rule_dn1,
-                                      rule_dn2, w.frame, w.cohesive_work_a, w.cohesive_work_b,
-                                      coords_g, w.local_g, coords_d, element_mass, thickness,
-                                      density, lsq);
+                                      rule_dn2, w.surface.frame, w.surface.cohesive.work_a,
+                                      w.surface.cohesive.work_b, coords_g, w.surface.local_g,
+                                      coords_d, element_mass, thickness, density, lsq);
       else
         cohesive::six_node_cohesive(coh_flag, n, point_index, elem_status, rule_n, rule_dn1,
-                                    rule_dn2, rule_w, w.frame, w.cohesive_work_a, w.cohesive_work_b,
-                                    coords_g, w.local_g, coords_d, element_mass, thickness, density,
-                                    lsq);
+                                    rule_dn2, rule_w, w.surface.frame, w.surface.cohesive.work_a,
+                                    w.surface.cohesive.work_b, coords_g, w.surface.local_g,
+                                    coords_d, element_mass, thickness, density, lsq);
       break;
     case 0x1202404:  // planar and axisymmetric cohesive elements
       if (elem_type_id == 3901)

@@ -11,16 +11,26 @@
 namespace sti::pipeline {
 namespace {
 
-constexpr int kMaxGeomNodes = 15;  // ten-node tetrahedron with its five derived points
+constexpr int kMaxGeomNodes = 15;      // ten-node tetrahedron with its five derived points
+constexpr int kMaxPairedNodes = 8;     // nodes of the types that a directional gather reads
+constexpr int kMaxPairPoints = 4;      // mid-surface points of a directional gather
+constexpr int kMaxExpandedNodes = 8;   // wedge or tetrahedron stored as a hexahedron
 constexpr int kFreqColumns = 5;
 constexpr int kRuleEntries = 88;
 constexpr int kRuleWeights = 8;
 
-// Driver working arrays, sized for a full batch; element-fastest, stride batch_count.
+// Driver working arrays, sized for a full batch; element-fastest, stride
+// batch_count. The gathered coordinates hold the fifteen points of a ten-node
+// tetrahedron, or at most eight nodes (or four mid-surface points) followed by
+// the four half differences of a directional gather; no type needs both. The
+// expanded connectivity is read only by the gather, before the point loop
+// needs the geometry work arrays, so the two share their storage.
 struct BatchWork {
-  float coords_g[kBatchCapacity * kMaxGeomNodes * 3];
-  float coords_d[kBatchCapacity * kMaxGeomNodes * 3];
-  int expanded_connectivity[kBatchCapacity * kMaxGeomNodes];
+  float coords[kBatchCapacity * kMaxGeomNodes * 3];
+  union {
+    int expanded_connectivity[kBatchCapacity * kMaxExpandedNodes];
+    GeometryWork geometry;
+  };
   float tri_flag[kBatchCapacity];
   float element_mass[kBatchCapacity];
   float lsq[kBatchCapacity];
@@ -33,7 +43,11 @@ struct BatchWork {
   float rule_dn1[kRuleEntries];
   float rule_dn2[kRuleEntries];
   float rule_w[kRuleWeights];
+
+  float* coords_g() { return coords; }
+  float* coords_d() { return coords + kBatchCapacity * kMaxPairedNodes * 3; }
 };
+static_assert(kMaxPairedNodes * 3 + kMaxPairPoints * 3 <= kMaxGeomNodes * 3);
 
 // stable_time[e] = min(stable_time[e], point_dt[e] * dt_scale), read in the
 // written order: a NaN on either side gives way to the scaled point value.
@@ -110,17 +124,17 @@ void run_batch(int coord_stride, int n, int& call_status, int* elem_status,
       geom_node_count == node_count ? connectivity : w.expanded_connectivity;
   if (elem_type_id == 2076 || elem_type_id == 2031 || shape_code == 0x1203C08) {
     const int direction = 3;
-    gather_solid_pairs(n, ndim, coord_stride, direction, geometry_connectivity, w.coords_g,
-                       w.coords_d, node_coords);
+    gather_solid_pairs(n, ndim, coord_stride, direction, geometry_connectivity, w.coords_g(),
+                       w.coords_d(), node_coords);
   } else if (shape_code == 0x1202404) {
     const int direction = 2;
-    gather_planar_pairs(n, ndim, coord_stride, direction, connectivity, w.coords_g, w.coords_d,
+    gather_planar_pairs(n, ndim, coord_stride, direction, connectivity, w.coords_g(), w.coords_d(),
                         node_coords);
   } else if (shape_code == 0x360B) {
-    gather_tet10(n, coord_stride, connectivity, w.coords_g, node_coords);
+    gather_tet10(n, coord_stride, connectivity, w.coords_g(), node_coords);
   } else {
     const int value_count = n * geom_node_count;
-    gather(value_count, ndim, coord_stride, geometry_connectivity, w.coords_g, node_coords);
+    gather(value_count, ndim, coord_stride, geometry_connectivity, w.coords_g(), node_coords);
   }
 
   // 9. The loop of the driver class.
@@ -134,9 +148,9 @@ void run_batch(int coord_stride, int n, int& call_status, int* elem_status,
       for (int point_index = 1; point_index <= run_point_count; ++point_index) {
         element_geometry(n, point_index, run_point_count, section_index, elem_type_id,
                          elem_status, shape_code, section_skip[section_index - 1], coh_flag,
-                         freq_flag, w.tri_flag, w.coords_g, w.coords_d, w.element_mass, thick,
+                         freq_flag, w.tri_flag, w.coords_g(), w.coords_d(), w.element_mass, thick,
                          &coh_value, &section_area, density, w.lsq, w.freq, w.rule_n,
-                         w.rule_dn1, w.rule_dn2, w.rule_w);
+                         w.rule_dn1, w.rule_dn2, w.rule_w, w.geometry);
         material::effective_moduli(n, ndim, elem_status, material_code[section_index - 1],
                                    plane_stress_flag, uniaxial_flag, modulus_scale, thick,
                                    w.two_g, w.three_k, w.wave_modulus, material_props);
@@ -150,7 +164,7 @@ void run_batch(int coord_stride, int n, int& call_status, int* elem_status,
   } else if (elem_class == 3) {
     // Beams: every point, the first too, through point_dt and dt_scale.
     for (int point_index = 1; point_index <= run_point_count; ++point_index) {
-      beam::beam_geometry(n, point_index, elem_status, shape_code, w.coords_g, w.element_mass,
+      beam::beam_geometry(n, point_index, elem_status, shape_code, w.coords_g(), w.element_mass,
                           section_area, density, w.lsq);
       material::effective_moduli(n, ndim, elem_status, material_code[0], plane_stress_flag,
                                  uniaxial_flag, section_area, thick, w.two_g, w.three_k,
@@ -162,7 +176,7 @@ void run_batch(int coord_stride, int n, int& call_status, int* elem_status,
     }
   } else if (elem_class == 4) {
     // Acoustic: no point loop and no moduli.
-    acoustic::element_length(n, elem_status, shape_code, w.tri_flag, w.coords_g, w.element_mass,
+    acoustic::element_length(n, elem_status, shape_code, w.tri_flag, w.coords_g(), w.element_mass,
                              w.lsq);
     acoustic::increment(n, elem_status, density, w.lsq, stable_time, material_props);
   }
