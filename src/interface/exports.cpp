@@ -11,7 +11,6 @@
 #include "pipeline/pipeline.hpp"
 #include "shell/shell.hpp"
 #include "stabletime/pipeline.h"
-#include "stabletime/stabletime.h"
 
 extern "C" STI_EXPORT void sti_ele_type(const int* batch_count, const int* node_count,
                                         int* geom_node_count, int* ndim, int* run_point_count,
@@ -385,17 +384,4 @@ extern "C" STI_EXPORT void sti_ele_typefromname(int* elem_type_id, int* node_cou
                                                 const char* name, const int* name_length) {
   sti::interface::type_from_name(*elem_type_id, *node_count, *point_count, *name_status, name,
                                  *name_length);
-}
-
-extern "C" STI_EXPORT int sti_StableTime(const char* elem_name, int node_total, int element_count,
-                                         const float* node_coords, const int* connectivity,
-                                         int material_code, const float* material_props,
-                                         const float* density, const float* thickness,
-                                         float bulk_scale, const float* section_damping,
-                                         const float* cohesive_params, float* stable_time,
-                                         int* element_code) {
-  return sti::interface::stable_time(elem_name, node_total, element_count, node_coords,
-                                     connectivity, material_code, material_props, density,
-                                     thickness, bulk_scale, section_damping, cohesive_params,
-                                     stable_time, element_code);
 }
