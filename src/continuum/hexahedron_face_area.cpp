@@ -8,6 +8,7 @@
 #include "continuum/face_measure.hpp"
 #include "stabletime/pipeline.h"
 #include "continuum/continuum.hpp"
+#include "pipeline/element_table.hpp"
 
 namespace sti::continuum {
 
@@ -27,10 +28,13 @@ inline constexpr Blend kWedgeBlend{0.3045f, kWedgeRise, -0.85f, 7.0f, 0.373f};
 
 enum class Family { kTetrahedron, kWedge, kHexahedron };
 
+// The face family of the type's row; hexahedron for an id no row has.
 Family family_of(int elem_type_id) {
-  if (elem_type_id == 41 || elem_type_id == 415) return Family::kTetrahedron;
-  if (elem_type_id == 43 || elem_type_id == 416) return Family::kWedge;
-  return Family::kHexahedron;
+  const pipeline::ElementType* row = pipeline::find_type(elem_type_id);
+  const pipeline::Face face = row ? row->face : pipeline::Face::kHexahedron;
+  return face == pipeline::Face::kTetrahedron ? Family::kTetrahedron
+         : face == pipeline::Face::kWedge     ? Family::kWedge
+                                              : Family::kHexahedron;
 }
 
 inline float shape_factor(const Blend& b, float r) {

@@ -5,6 +5,7 @@
 #include "common/line_measure.hpp"
 #include "common/numerics.hpp"
 #include "continuum/continuum.hpp"
+#include "pipeline/element_table.hpp"
 #include "pipeline/pipeline.hpp"
 #include "shell/shell.hpp"
 
@@ -17,7 +18,7 @@ void fail_all(int n, int* elem_status, int status) {
 
 // Membranes, shells and continuum shells: frame, rotation into it, then the
 // plane measure of the element's own plane and its frequency bound.
-void surface_geometry(int n, int point_index, int run_point_count, int elem_type_id,
+void surface_geometry(int n, int point_index, int run_point_count, Variant variant,
                       int* elem_status, int freq_flag, const float* tri_flag, const float* coords_g,
                       const float* coords_d, float* element_mass, const float* thickness,
                       const float* density, float* lsq, float* freq, const float* rule_dn1,
@@ -26,7 +27,7 @@ void surface_geometry(int n, int point_index, int run_point_count, int elem_type
                        w.surface.frame);
   shell::rotate_into_frame(n, coords_g, w.surface.local_g, w.surface.frame);
 
-  if (elem_type_id == 2076 || elem_type_id == 2031) {
+  if (variant == Variant::kContinuumShell) {
     shell::rotate_into_frame(n, coords_d, w.surface.local_d, w.surface.frame);
     shell::continuum_shell(n, elem_status, tri_flag, w.surface.local_g, coords_d, w.surface.local_d,
                            element_mass, thickness, density, lsq);
@@ -42,7 +43,7 @@ void surface_geometry(int n, int point_index, int run_point_count, int elem_type
                          lsq);
   }
 
-  if (elem_type_id == 2073 || elem_type_id == 2071) {
+  if (variant == Variant::kSmallStrainShell) {
     shell::small_strain_shell_frequency(n, w.surface.local_g, w.work_a, w.work_b, lsq, tri_flag,
                                         freq);
     return;
@@ -52,7 +53,7 @@ void surface_geometry(int n, int point_index, int run_point_count, int elem_type
   if (tri_flag[0] == 1.0f) {
     shell::triangle_frequency(n, w.surface.local_g, w.work_b, freq);
   } else {
-    const int full_integration = elem_type_id == 152 ? 1 : 0;
+    const int full_integration = variant == Variant::kFullMembrane ? 1 : 0;
     shell::quadrilateral_frequency(full_integration, n, w.surface.local_g, w.work_a, w.work_b,
                                    freq);
   }
@@ -71,6 +72,10 @@ void element_geometry(int n, int point_index, int run_point_count, int section_i
     if (section_index == 1) fail_all(n, elem_status, 5);
     return;
   }
+
+  // The choice within the shape's branch; the plain one for an id no row has.
+  const ElementType* type = find_type(elem_type_id);
+  const Variant variant = type ? type->variant : Variant::kPlain;
 
   const int not_full = 0;
   switch (shape_code) {
@@ -122,15 +127,15 @@ void element_geometry(int n, int point_index, int run_point_count, int section_i
                                 density, lsq);
       break;
     case 0x3404:
-      surface_geometry(n, point_index, run_point_count, elem_type_id, elem_status, freq_flag,
-                       tri_flag, coords_g, coords_d, element_mass, thickness, density, lsq, freq,
-                       rule_dn1, rule_dn2, w);
+      surface_geometry(n, point_index, run_point_count, variant, elem_status, freq_flag, tri_flag,
+                       coords_g, coords_d, element_mass, thickness, density, lsq, freq, rule_dn1,
+                       rule_dn2, w);
       break;
     case 0x1203C08:  // solid cohesive elements
       cohesive::cohesive_frame(n, point_index, rule_dn1, rule_dn2, coords_g, w.surface.frame,
                                w.surface.cohesive.work_a, w.surface.cohesive.work_b);
       shell::rotate_into_frame(n, coords_g, w.surface.local_g, w.surface.frame);
-      if (elem_type_id == 3903)
+      if (variant == Variant::kEightNodeCohesive)
         cohesive::eight_node_cohesive(coh_flag, n, point_index, elem_status, rule_n, rule_dn1,
                                       rule_dn2, w.surface.frame, w.surface.cohesive.work_a,
                                       w.surface.cohesive.work_b, coords_g, w.surface.local_g,
@@ -142,7 +147,7 @@ void element_geometry(int n, int point_index, int run_point_count, int section_i
                                     coords_d, element_mass, thickness, density, lsq);
       break;
     case 0x1202404:  // planar and axisymmetric cohesive elements
-      if (elem_type_id == 3901)
+      if (variant == Variant::kPlaneCohesive)
         cohesive::plane_cohesive(coh_flag, n, point_index, elem_status, rule_n, rule_dn1,
                                  *coh_value, coords_g, coords_d, element_mass, thickness, density,
                                  lsq);

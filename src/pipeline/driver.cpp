@@ -6,6 +6,7 @@
 #include "acoustic/acoustic.hpp"
 #include "beam/beam.hpp"
 #include "material/material.hpp"
+#include "pipeline/element_table.hpp"
 #include "pipeline/pipeline.hpp"
 
 namespace sti::pipeline {
@@ -84,17 +85,12 @@ void run_batch(int coord_stride, int n, int& call_status, int* elem_status,
   const int coh_flag = cohesive_params[0] > 0.0f ? 1 : 0;
   const float coh_value = cohesive_params[1];
 
-  // 3. Integration table request.
+  // 3. Integration table request, from the type's row (classification below
+  //    fails the batch of an id that has none).
+  const ElementType* type = find_type(elem_type_id);
   const int rule_family = 2;
-  int rule_kind = 0;
-  int rule_nodes = node_count;
-  if (elem_type_id == 2022 || elem_type_id == 152) {
-    rule_kind = 2;
-  } else if (elem_type_id == 3903 || elem_type_id == 3904) {
-    rule_nodes = 4;
-  } else if (elem_type_id == 3901 || elem_type_id == 3902) {
-    rule_nodes = 2;
-  }
+  const int rule_kind = type ? type->rule_kind : 0;
+  const int rule_nodes = type && type->rule_nodes != 0 ? type->rule_nodes : node_count;
 
   // 4. Classification.
   int geom_node_count = node_count, ndim = 2, run_point_count = point_count;
@@ -122,15 +118,15 @@ void run_batch(int coord_stride, int n, int& call_status, int* elem_status,
   // 8. Gather.
   const int* geometry_connectivity =
       geom_node_count == node_count ? connectivity : w.expanded_connectivity;
-  if (elem_type_id == 2076 || elem_type_id == 2031 || shape_code == 0x1203C08) {
+  if (type->gather == Gather::kSolidPairs) {
     const int direction = 3;
     gather_solid_pairs(n, ndim, coord_stride, direction, geometry_connectivity, w.coords_g(),
                        w.coords_d(), node_coords);
-  } else if (shape_code == 0x1202404) {
+  } else if (type->gather == Gather::kPlanarPairs) {
     const int direction = 2;
     gather_planar_pairs(n, ndim, coord_stride, direction, connectivity, w.coords_g(), w.coords_d(),
                         node_coords);
-  } else if (shape_code == 0x360B) {
+  } else if (type->gather == Gather::kTenNode) {
     gather_tet10(n, coord_stride, connectivity, w.coords_g(), node_coords);
   } else {
     const int value_count = n * geom_node_count;
