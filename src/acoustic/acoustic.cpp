@@ -18,8 +18,9 @@ inline constexpr float kSafetyFactor = 0.9f;
 inline constexpr float kLargeDamping = 200.0f;
 }  // namespace
 
-void element_length(int n, int* elem_status, int shape_code, const float* tri_flag,
-                    const float* coords_g, float* element_mass, float* lsq) {
+void element_length(int n, int* STI_RESTRICT elem_status, int shape_code,
+                    const float* STI_RESTRICT tri_flag, const float* STI_RESTRICT coords_g,
+                    float* STI_RESTRICT element_mass, float* STI_RESTRICT lsq) {
   float unit_values[kBatchCapacity];
   float work_a[kBatchCapacity], work_b[kBatchCapacity];
   for (int e = 0; e < n; ++e) unit_values[e] = 1.0f;
@@ -39,8 +40,9 @@ void element_length(int n, int* elem_status, int shape_code, const float* tri_fl
   for (int e = 0; e < n; ++e) lsq[e] = std::sqrt(lsq[e] * element_mass[e]);
 }
 
-void increment(int n, int* elem_status, const float* density, const float* lsq,
-               float* stable_time, const float* material_props) {
+void increment(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT density,
+               const float* STI_RESTRICT lsq, float* STI_RESTRICT stable_time,
+               const float* STI_RESTRICT material_props) {
   const float bulk = material_props[0];
   const float damping = material_props[1];
   const float k_pad = bulk > kSmallestNormal ? 0.0f : 1.0f;

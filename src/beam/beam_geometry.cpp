@@ -20,9 +20,10 @@ constexpr float kGaussAbscissa[2] = {-kInvSqrt3, kInvSqrt3};
 // with the first product in single precision and the half difference and the
 // sum in double, rounded to single before squaring. L = 2 |J|, as s + s.
 template <int Dim>
-void three_node_measure(int n, int point_index, int* elem_status, const float* coords,
-                        float section_area, float* element_mass, const float* density,
-                        float* lsq) {
+void three_node_measure(int n, int point_index, int* STI_RESTRICT elem_status,
+                        const float* STI_RESTRICT coords, float section_area,
+                        float* STI_RESTRICT element_mass, const float* STI_RESTRICT density,
+                        float* STI_RESTRICT lsq) {
   constexpr int K = 3;
   const float g = kGaussAbscissa[point_index == 2 ? 1 : 0];
   for (int e = 0; e < n; ++e) {
@@ -46,8 +47,9 @@ void three_node_measure(int n, int point_index, int* elem_status, const float* c
   }
 }
 
-void beam_geometry(int n, int point_index, int* elem_status, int shape_code, const float* coords,
-                   float* element_mass, float section_area, const float* density, float* lsq) {
+void beam_geometry(int n, int point_index, int* STI_RESTRICT elem_status, int shape_code,
+                   const float* STI_RESTRICT coords, float* STI_RESTRICT element_mass,
+                   float section_area, const float* STI_RESTRICT density, float* STI_RESTRICT lsq) {
   switch (shape_code) {
     case 0x3202:
       two_node_line_measure<3>(n, elem_status, coords, section_area, density, element_mass, lsq);

@@ -14,8 +14,10 @@ constexpr int kPoints = 4;  // mid-surface points of the element
 
 }  // namespace
 
-void cohesive_frame(int n, int point_index, const float* rule_dn1, const float* rule_dn2,
-                    const float* coords_g, float* frame, float* work_a, float* work_b) {
+void cohesive_frame(int n, int point_index, const float* STI_RESTRICT rule_dn1,
+                    const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT coords_g,
+                    float* STI_RESTRICT frame, float* STI_RESTRICT work_a,
+                    float* STI_RESTRICT work_b) {
   const float* d1 = rule_dn1 + kPoints * (point_index - 1);
   const float* d2 = rule_dn2 + kPoints * (point_index - 1);
   auto x = [&](int e, int k, int c) { return coords_g[at(n, kPoints, e, k, c)]; };

@@ -99,19 +99,23 @@ void planar_cohesive(int coh_flag, int n, int point_index, int* elem_status, con
 
 namespace sti::cohesive {
 
-void plane_cohesive(int coh_flag, int n, int point_index, int* elem_status, const float* rule_n,
-                    const float* rule_dn1, float coh_value, const float* coords_g,
-                    const float* coords_d, float* element_mass, const float* thickness,
-                    const float* density, float* lsq) {
+void plane_cohesive(int coh_flag, int n, int point_index, int* STI_RESTRICT elem_status,
+                    const float* STI_RESTRICT rule_n, const float* STI_RESTRICT rule_dn1,
+                    float coh_value, const float* STI_RESTRICT coords_g,
+                    const float* STI_RESTRICT coords_d, float* STI_RESTRICT element_mass,
+                    const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
+                    float* STI_RESTRICT lsq) {
   planar_cohesive<Planar::kPlane>(coh_flag, n, point_index, elem_status, rule_n, rule_dn1,
                                   coh_value, coords_g, coords_d, element_mass, thickness, density,
                                   lsq);
 }
 
-void axisymmetric_cohesive(int coh_flag, int n, int point_index, int* elem_status,
-                           const float* rule_n, const float* rule_dn1, float coh_value,
-                           const float* coords_g, const float* coords_d, float* element_mass,
-                           const float* thickness, const float* density, float* lsq) {
+void axisymmetric_cohesive(int coh_flag, int n, int point_index, int* STI_RESTRICT elem_status,
+                           const float* STI_RESTRICT rule_n, const float* STI_RESTRICT rule_dn1,
+                           float coh_value, const float* STI_RESTRICT coords_g,
+                           const float* STI_RESTRICT coords_d, float* STI_RESTRICT element_mass,
+                           const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
+                           float* STI_RESTRICT lsq) {
   planar_cohesive<Planar::kAxisymmetric>(coh_flag, n, point_index, elem_status, rule_n,
                                          rule_dn1, coh_value, coords_g, coords_d, element_mass,
                                          thickness, density, lsq);

@@ -245,23 +245,27 @@ void solid_cohesive(int coh_flag, int n, int point_index, int* elem_status, cons
 
 namespace sti::cohesive {
 
-void eight_node_cohesive(int coh_flag, int n, int point_index, int* elem_status,
-                         const float* rule_n, const float* rule_dn1, const float* rule_dn2,
-                         const float* frame, const float* work_a, const float* work_b,
-                         const float* coords_g, const float* local_g, const float* coords_d,
-                         float* element_mass, const float* thickness, const float* density,
-                         float* lsq) {
+void eight_node_cohesive(int coh_flag, int n, int point_index, int* STI_RESTRICT elem_status,
+                         const float* STI_RESTRICT rule_n, const float* STI_RESTRICT rule_dn1,
+                         const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT frame,
+                         const float* STI_RESTRICT work_a, const float* STI_RESTRICT work_b,
+                         const float* STI_RESTRICT coords_g, const float* STI_RESTRICT local_g,
+                         const float* STI_RESTRICT coords_d, float* STI_RESTRICT element_mass,
+                         const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
+                         float* STI_RESTRICT lsq) {
   solid_cohesive<Hexahedral>(coh_flag, n, point_index, elem_status, rule_n, rule_dn1, rule_dn2,
                              nullptr, frame, work_a, work_b, coords_g, local_g, coords_d,
                              element_mass, thickness, density, lsq);
 }
 
-void six_node_cohesive(int coh_flag, int n, int point_index, int* elem_status,
-                       const float* rule_n, const float* rule_dn1, const float* rule_dn2,
-                       const float* rule_w, const float* frame, const float* work_a,
-                       const float* work_b, const float* coords_g, const float* local_g,
-                       const float* coords_d, float* element_mass, const float* thickness,
-                       const float* density, float* lsq) {
+void six_node_cohesive(int coh_flag, int n, int point_index, int* STI_RESTRICT elem_status,
+                       const float* STI_RESTRICT rule_n, const float* STI_RESTRICT rule_dn1,
+                       const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT rule_w,
+                       const float* STI_RESTRICT frame, const float* STI_RESTRICT work_a,
+                       const float* STI_RESTRICT work_b, const float* STI_RESTRICT coords_g,
+                       const float* STI_RESTRICT local_g, const float* STI_RESTRICT coords_d,
+                       float* STI_RESTRICT element_mass, const float* STI_RESTRICT thickness,
+                       const float* STI_RESTRICT density, float* STI_RESTRICT lsq) {
   solid_cohesive<Wedge>(coh_flag, n, point_index, elem_status, rule_n, rule_dn1, rule_dn2,
                         rule_w, frame, work_a, work_b, coords_g, local_g, coords_d, element_mass,
                         thickness, density, lsq);

@@ -9,6 +9,11 @@
 
 namespace sti {
 
+// Every array argument of a stage is a block of its own: no two that a call
+// is given overlap where one of them is written. Marking each pointer so lets
+// the element loops load and store without rechecking for overlap.
+#define STI_RESTRICT __restrict
+
 // Largest number of elements in one batch; every private batch array is sized for it.
 inline constexpr int kBatchCapacity = 128;
 

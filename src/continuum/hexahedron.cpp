@@ -32,9 +32,10 @@ inline float gradient_component(const float* u, const float* v, const int* p) {
 
 }  // namespace
 
-void hexahedron(int n, int* __restrict elem_status, const float* __restrict coords,
-                float* __restrict work_a, float* __restrict work_b, float* __restrict element_mass,
-                const float* __restrict density, float* __restrict lsq) {
+void hexahedron(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT coords,
+                float* STI_RESTRICT work_a, float* STI_RESTRICT work_b,
+                float* STI_RESTRICT element_mass, const float* STI_RESTRICT density,
+                float* STI_RESTRICT lsq) {
   for (int e = 0; e < n; ++e) {
     float x[8], y[8], z[8];
 #pragma GCC unroll 8

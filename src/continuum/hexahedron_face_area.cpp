@@ -49,9 +49,9 @@ inline float estimate(float padded_volume, float multiplier, float c, float m) {
 
 }  // namespace
 
-void hexahedron_face_area(int n, int elem_type_id, const float* __restrict coords,
-                          float* __restrict freq, const float* __restrict work_a,
-                          const float* __restrict work_b) {
+void hexahedron_face_area(int n, int elem_type_id, const float* STI_RESTRICT coords,
+                          float* STI_RESTRICT freq, const float* STI_RESTRICT work_a,
+                          const float* STI_RESTRICT work_b) {
   if (n < 1) return;
   float* freq_a = freq;
   // Faces A to D hold every face of a tetrahedron stored as a hexahedron.

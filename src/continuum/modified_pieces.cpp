@@ -28,7 +28,8 @@ constexpr int kTetrahedronPieces[4][8] = {{0, 4, 11, 6, 7, 12, 10, 14},
 
 }  // namespace
 
-void six_node_triangle_piece(int n, int point_index, float* quad_coords, const float* coords) {
+void six_node_triangle_piece(int n, int point_index, float* STI_RESTRICT quad_coords,
+                             const float* STI_RESTRICT coords) {
   if (point_index < 1 || point_index > 3) return;
   const int* row = kTrianglePieces[point_index - 1];
   for (int k = 0; k < 4; ++k) {
@@ -48,7 +49,8 @@ void six_node_triangle_piece(int n, int point_index, float* quad_coords, const f
   }
 }
 
-void ten_node_tetrahedron_piece(int n, int point_index, float* hex_coords, const float* coords) {
+void ten_node_tetrahedron_piece(int n, int point_index, float* STI_RESTRICT hex_coords,
+                                const float* STI_RESTRICT coords) {
   if (point_index < 1 || point_index > 4) return;
   const int* row = kTetrahedronPieces[point_index - 1];
   for (int k = 0; k < 8; ++k)

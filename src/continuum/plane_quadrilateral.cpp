@@ -15,11 +15,11 @@ inline constexpr float kSixth = std::bit_cast<float>(0x3E2AAAABu);         // 0.
 inline constexpr float kTwentyFourth = std::bit_cast<float>(0x3D2AAAABu);  // 0.041666668
 }  // namespace
 
-void plane_quadrilateral(int n, int* __restrict elem_status, const float* __restrict tri_flag,
-                         const float* __restrict coords, float* __restrict work_a,
-                         float* __restrict work_b, float* __restrict element_mass,
-                         const float* __restrict thickness, const float* __restrict density,
-                         float* __restrict lsq) {
+void plane_quadrilateral(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT tri_flag,
+                         const float* STI_RESTRICT coords, float* STI_RESTRICT work_a,
+                         float* STI_RESTRICT work_b, float* STI_RESTRICT element_mass,
+                         const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
+                         float* STI_RESTRICT lsq) {
   for (int e = 0; e < n; ++e) {
     const float x1 = coords[at(n, 4, e, 0, 0)], y1 = coords[at(n, 4, e, 0, 1)];
     const float x2 = coords[at(n, 4, e, 1, 0)], y2 = coords[at(n, 4, e, 1, 1)];
@@ -47,10 +47,10 @@ void plane_quadrilateral(int n, int* __restrict elem_status, const float* __rest
   }
 }
 
-void axisymmetric_quadrilateral(int n, int* __restrict elem_status,
-                                const float* __restrict tri_flag, const float* __restrict coords,
-                                float* __restrict element_mass, const float* __restrict density,
-                                float* __restrict lsq) {
+void axisymmetric_quadrilateral(int n, int* STI_RESTRICT elem_status,
+                                const float* STI_RESTRICT tri_flag,
+                                const float* STI_RESTRICT coords, float* STI_RESTRICT element_mass,
+                                const float* STI_RESTRICT density, float* STI_RESTRICT lsq) {
   constexpr float w = kTwentyFourth;
   constexpr float h = 0.125f;
   for (int e = 0; e < n; ++e) {

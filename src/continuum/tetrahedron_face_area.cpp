@@ -23,8 +23,8 @@ inline float face_e(int n, const float* h, int e) { return face_measure(n, h, e,
 inline float face_f(int n, const float* h, int e) { return face_measure(n, h, e, 3, 0, 4, 7); }
 }  // namespace
 
-void tetrahedron_piece_face_area(int n, int point_index, const float* hex_coords, float* freq,
-                                 const float* work_a) {
+void tetrahedron_piece_face_area(int n, int point_index, const float* STI_RESTRICT hex_coords,
+                                 float* STI_RESTRICT freq, const float* STI_RESTRICT work_a) {
   if (n < 1) return;
   float* col0 = freq;
   float* col1 = freq + n;

@@ -53,10 +53,11 @@ void reject_batch(int n, int* elem_status) {
 
 }  // namespace
 
-void effective_moduli(int n, int ndim, int* elem_status, int material_code,
+void effective_moduli(int n, int ndim, int* STI_RESTRICT elem_status, int material_code,
                       int& plane_stress_flag, int uniaxial_flag, float modulus_scale,
-                      const float* thickness, float* two_g, float* three_k, float* wave_modulus,
-                      const float* props) {
+                      const float* STI_RESTRICT thickness, float* STI_RESTRICT two_g,
+                      float* STI_RESTRICT three_k, float* STI_RESTRICT wave_modulus,
+                      const float* STI_RESTRICT props) {
   if (n < 1) return;
   const auto tail = [&](IsotropicEquivalent m) {
     common_tail(n, m, modulus_scale, thickness, two_g, three_k, wave_modulus, elem_status);

@@ -69,10 +69,12 @@ void plane_stress_loop(int n, const int* elem_status, float bulk_b1, float a, fl
 
 }  // namespace
 
-void element_dt(int n, int plane_stress_flag, const int* elem_status, int freq_flag,
-                float alpha_damping, float beta_damping, float bulk_b1, const float* lsq,
-                const float* freq, const float* two_g, const float* three_k,
-                const float* wave_modulus, const float* element_mass, float* dt_out) {
+void element_dt(int n, int plane_stress_flag, const int* STI_RESTRICT elem_status, int freq_flag,
+                float alpha_damping, float beta_damping, float bulk_b1,
+                const float* STI_RESTRICT lsq, const float* STI_RESTRICT freq,
+                const float* STI_RESTRICT two_g, const float* STI_RESTRICT three_k,
+                const float* STI_RESTRICT wave_modulus, const float* STI_RESTRICT element_mass,
+                float* STI_RESTRICT dt_out) {
   const float a = 0.25f * alpha_damping;
   const float* freq_a = freq;
   const float* freq_b = freq + n;

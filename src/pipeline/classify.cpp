@@ -30,9 +30,9 @@ void expand_connectivity(int n, int node_count, int geom_node_count, const int* 
 
 void classify(int n, int node_count, int& geom_node_count, int& ndim, int& run_point_count,
               int elem_type_id, int& unsupported, int& plane_stress_flag, int& uniaxial_flag,
-              int& shape_code, int& elem_class, const int* connectivity, int* expanded,
-              int* elem_status, int& freq_flag, float& dt_scale, float& bulk_b1,
-              float* tri_flag) {
+              int& shape_code, int& elem_class, const int* STI_RESTRICT connectivity,
+              int* STI_RESTRICT expanded, int* STI_RESTRICT elem_status, int& freq_flag,
+              float& dt_scale, float& bulk_b1, float* STI_RESTRICT tri_flag) {
   bulk_b1 = kBulkB1;
   const ElementType* row = find_type(elem_type_id);
   if (row == nullptr) {

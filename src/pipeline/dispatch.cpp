@@ -62,12 +62,16 @@ void surface_geometry(int n, int point_index, int run_point_count, Variant varia
 }  // namespace
 
 void element_geometry(int n, int point_index, int run_point_count, int section_index,
-                      int elem_type_id, int* elem_status, int shape_code, int section_skip,
-                      int coh_flag, int freq_flag, const float* tri_flag, const float* coords_g,
-                      const float* coords_d, float* element_mass, const float* thickness,
-                      const float* coh_value, const float* section_area, const float* density,
-                      float* lsq, float* freq, const float* rule_n, const float* rule_dn1,
-                      const float* rule_dn2, const float* rule_w, GeometryWork& w) {
+                      int elem_type_id, int* STI_RESTRICT elem_status, int shape_code,
+                      int section_skip, int coh_flag, int freq_flag,
+                      const float* STI_RESTRICT tri_flag, const float* STI_RESTRICT coords_g,
+                      const float* STI_RESTRICT coords_d, float* STI_RESTRICT element_mass,
+                      const float* STI_RESTRICT thickness, const float* STI_RESTRICT coh_value,
+                      const float* STI_RESTRICT section_area, const float* STI_RESTRICT density,
+                      float* STI_RESTRICT lsq, float* STI_RESTRICT freq,
+                      const float* STI_RESTRICT rule_n, const float* STI_RESTRICT rule_dn1,
+                      const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT rule_w,
+                      GeometryWork& w) {
   if (section_skip != 0) {
     if (section_index == 1) fail_all(n, elem_status, 5);
     return;

@@ -58,13 +58,15 @@ void keep_scaled_minimum(int n, const float* point_dt, float dt_scale, float* st
 
 }  // namespace
 
-void run_batch(int coord_stride, int n, int& call_status, int* elem_status,
-               int point_count, int section_count, int node_count, const int* section_skip,
-               const int* material_code, int elem_type_id, const int* connectivity,
-               const float* node_coords, const float* thickness, float unit_scale,
-               float section_area, float alpha_damping, float beta_damping, float bulk_scale,
-               const float* density, const float* cohesive_params, float* stable_time,
-               const float* material_props) {
+void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem_status,
+               int point_count, int section_count, int node_count,
+               const int* STI_RESTRICT section_skip, const int* STI_RESTRICT material_code,
+               int elem_type_id, const int* STI_RESTRICT connectivity,
+               const float* STI_RESTRICT node_coords, const float* STI_RESTRICT thickness,
+               float unit_scale, float section_area, float alpha_damping, float beta_damping,
+               float bulk_scale, const float* STI_RESTRICT density,
+               const float* STI_RESTRICT cohesive_params, float* STI_RESTRICT stable_time,
+               const float* STI_RESTRICT material_props) {
   BatchWork w;
 
   // 1. Initial state; a density that does not compare above zero is status 6,

@@ -26,8 +26,8 @@ inline float node_value(const float* node_coords, int coord_stride, const int* c
 
 }  // namespace
 
-void gather(int value_count, int ndim, int coord_stride, const int* node_list, float* values_out,
-            const float* node_coords) {
+void gather(int value_count, int ndim, int coord_stride, const int* STI_RESTRICT node_list,
+            float* STI_RESTRICT values_out, const float* STI_RESTRICT node_coords) {
   if (ndim == 2 || ndim == 3) {
     for (int c = 0; c < ndim; ++c)
       for (int i = 0; i < value_count; ++i)
@@ -43,8 +43,8 @@ void gather(int value_count, int ndim, int coord_stride, const int* node_list, f
 // Mid-points and half differences of the pairs (t0, t3) and (t1, t2): the half
 // difference is formed as half the difference of the two ends.
 void gather_planar_pairs(int n, int ndim, int coord_stride, int direction,
-                         const int* connectivity, float* coords_g, float* coords_d,
-                         const float* node_coords) {
+                         const int* STI_RESTRICT connectivity, float* STI_RESTRICT coords_g,
+                         float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords) {
   if (direction < -2 || direction > 2) return;
   const int* t = kPlanarPairs[direction + 2];
   for (int c = 0; c < ndim; ++c) {
@@ -66,8 +66,8 @@ void gather_planar_pairs(int n, int ndim, int coord_stride, int direction,
 // Mid-surface points of the four pairs (t(k), t(k + 4)) and the half-thickness
 // vectors, formed as the mean minus the first end.
 void gather_solid_pairs(int n, int ndim, int coord_stride, int direction,
-                        const int* connectivity, float* coords_g, float* coords_d,
-                        const float* node_coords) {
+                        const int* STI_RESTRICT connectivity, float* STI_RESTRICT coords_g,
+                        float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords) {
   if (direction < -2 || direction > 3) return;
   const int* t = kSolidPairs[direction + 2];
   const bool by_component = ndim == 2 || ndim == 3;
@@ -90,8 +90,8 @@ void gather_solid_pairs(int n, int ndim, int coord_stride, int direction,
 
 // The ten nodes of the tetrahedron, then its centroid (node 11) and the four
 // face points (nodes 12 to 15), by the design's fixed weights.
-void gather_tet10(int n, int coord_stride, const int* connectivity, float* coords_g,
-                  const float* node_coords) {
+void gather_tet10(int n, int coord_stride, const int* STI_RESTRICT connectivity,
+                  float* STI_RESTRICT coords_g, const float* STI_RESTRICT node_coords) {
   constexpr int K = 15;
   for (int c = 0; c < 3; ++c)
     for (int k = 0; k < 10; ++k)

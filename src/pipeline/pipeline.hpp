@@ -33,40 +33,51 @@ struct GeometryWork {
 
 void classify(int n, int node_count, int& geom_node_count, int& ndim, int& run_point_count,
               int elem_type_id, int& unsupported, int& plane_stress_flag, int& uniaxial_flag,
-              int& shape_code, int& elem_class, const int* connectivity, int* expanded,
-              int* elem_status, int& freq_flag, float& dt_scale, float& bulk_b1, float* tri_flag);
+              int& shape_code, int& elem_class, const int* STI_RESTRICT connectivity,
+              int* STI_RESTRICT expanded, int* STI_RESTRICT elem_status, int& freq_flag,
+              float& dt_scale, float& bulk_b1, float* STI_RESTRICT tri_flag);
 
 void full_integration_rule(int rule_kind, int rule_family, int rule_nodes, int point_count,
-                           float* rule_n, float* rule_dn1, float* rule_dn2, float* rule_w);
+                           float* STI_RESTRICT rule_n, float* STI_RESTRICT rule_dn1,
+                           float* STI_RESTRICT rule_dn2, float* STI_RESTRICT rule_w);
 
-void section_rule(int& count, float center, float width, float* points, float* weights, int* order,
-                  int& kind);
+void section_rule(int& count, float center, float width, float* STI_RESTRICT points,
+                  float* STI_RESTRICT weights, int* STI_RESTRICT order, int& kind);
 
-void gather(int value_count, int ndim, int coord_stride, const int* node_list, float* values_out,
-            const float* node_coords);
+void gather(int value_count, int ndim, int coord_stride, const int* STI_RESTRICT node_list,
+            float* STI_RESTRICT values_out, const float* STI_RESTRICT node_coords);
 
-void gather_planar_pairs(int n, int ndim, int coord_stride, int direction, const int* connectivity,
-                         float* coords_g, float* coords_d, const float* node_coords);
+void gather_planar_pairs(int n, int ndim, int coord_stride, int direction,
+                         const int* STI_RESTRICT connectivity, float* STI_RESTRICT coords_g,
+                         float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords);
 
-void gather_solid_pairs(int n, int ndim, int coord_stride, int direction, const int* connectivity,
-                        float* coords_g, float* coords_d, const float* node_coords);
+void gather_solid_pairs(int n, int ndim, int coord_stride, int direction,
+                        const int* STI_RESTRICT connectivity, float* STI_RESTRICT coords_g,
+                        float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords);
 
-void gather_tet10(int n, int coord_stride, const int* connectivity, float* coords_g,
-                  const float* node_coords);
+void gather_tet10(int n, int coord_stride, const int* STI_RESTRICT connectivity,
+                  float* STI_RESTRICT coords_g, const float* STI_RESTRICT node_coords);
 
 void element_geometry(int n, int point_index, int run_point_count, int section_index,
-                      int elem_type_id, int* elem_status, int shape_code, int section_skip,
-                      int coh_flag, int freq_flag, const float* tri_flag, const float* coords_g,
-                      const float* coords_d, float* element_mass, const float* thickness,
-                      const float* coh_value, const float* section_area, const float* density,
-                      float* lsq, float* freq, const float* rule_n, const float* rule_dn1,
-                      const float* rule_dn2, const float* rule_w, GeometryWork& work);
+                      int elem_type_id, int* STI_RESTRICT elem_status, int shape_code,
+                      int section_skip, int coh_flag, int freq_flag,
+                      const float* STI_RESTRICT tri_flag, const float* STI_RESTRICT coords_g,
+                      const float* STI_RESTRICT coords_d, float* STI_RESTRICT element_mass,
+                      const float* STI_RESTRICT thickness, const float* STI_RESTRICT coh_value,
+                      const float* STI_RESTRICT section_area, const float* STI_RESTRICT density,
+                      float* STI_RESTRICT lsq, float* STI_RESTRICT freq,
+                      const float* STI_RESTRICT rule_n, const float* STI_RESTRICT rule_dn1,
+                      const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT rule_w,
+                      GeometryWork& work);
 
-void run_batch(int coord_stride, int n, int& call_status, int* elem_status, int point_count,
-               int section_count, int node_count, const int* section_skip, const int* material_code,
-               int elem_type_id, const int* connectivity, const float* node_coords,
-               const float* thickness, float unit_scale, float section_area, float alpha_damping,
-               float beta_damping, float bulk_scale, const float* density,
-               const float* cohesive_params, float* stable_time, const float* material_props);
+void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem_status,
+               int point_count, int section_count, int node_count,
+               const int* STI_RESTRICT section_skip, const int* STI_RESTRICT material_code,
+               int elem_type_id, const int* STI_RESTRICT connectivity,
+               const float* STI_RESTRICT node_coords, const float* STI_RESTRICT thickness,
+               float unit_scale, float section_area, float alpha_damping, float beta_damping,
+               float bulk_scale, const float* STI_RESTRICT density,
+               const float* STI_RESTRICT cohesive_params, float* STI_RESTRICT stable_time,
+               const float* STI_RESTRICT material_props);
 
 }  // namespace sti::pipeline

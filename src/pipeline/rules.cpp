@@ -61,7 +61,8 @@ void triangle_row(SurfacePoint p, int i, int rule_nodes, float* rule_n, float* r
 }  // namespace
 
 void full_integration_rule(int rule_kind, int rule_family, int rule_nodes, int point_count,
-                           float* rule_n, float* rule_dn1, float* rule_dn2, float* rule_w) {
+                           float* STI_RESTRICT rule_n, float* STI_RESTRICT rule_dn1,
+                           float* STI_RESTRICT rule_dn2, float* STI_RESTRICT rule_w) {
   if (rule_family != 2) return;
   // Rows past the fourth (types catalogued with more points) are never read.
   const int rows = point_count < 4 ? point_count : 4;
@@ -140,8 +141,8 @@ void symmetrise(int count, float c, float* points, float* weights, int* order) {
 
 }  // namespace
 
-void section_rule(int& count, float center, float width, float* points, float* weights,
-                  int* order, int& kind) {
+void section_rule(int& count, float center, float width, float* STI_RESTRICT points,
+                  float* STI_RESTRICT weights, int* STI_RESTRICT order, int& kind) {
   const float h = width / 2.0f;
   const float c = center;
   if (kind == 0) kind = 1;

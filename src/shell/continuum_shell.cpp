@@ -21,11 +21,11 @@ inline float global_length(const float* d, int n, int e, int k) {
 }
 }  // namespace
 
-void continuum_shell(int n, int* __restrict elem_status, const float* __restrict tri_flag,
-                     const float* __restrict local_g, const float* __restrict coords_d,
-                     const float* __restrict local_d, float* __restrict element_mass,
-                     const float* __restrict thickness, const float* __restrict density,
-                     float* __restrict lsq) {
+void continuum_shell(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT tri_flag,
+                     const float* STI_RESTRICT local_g, const float* STI_RESTRICT coords_d,
+                     const float* STI_RESTRICT local_d, float* STI_RESTRICT element_mass,
+                     const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
+                     float* STI_RESTRICT lsq) {
   for (int e = 0; e < n; ++e) {
     const float x1 = local_g[at(n, 4, e, 0, 0)], y1 = local_g[at(n, 4, e, 0, 1)];
     const float x2 = local_g[at(n, 4, e, 1, 0)], y2 = local_g[at(n, 4, e, 1, 1)];

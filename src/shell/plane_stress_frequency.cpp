@@ -23,8 +23,8 @@ inline float squared_distance(float xa, float ya, float xb, float yb) {
 }
 }  // namespace
 
-void triangle_frequency(int n, const float* __restrict coords, const float* __restrict work_b,
-                        float* __restrict freq) {
+void triangle_frequency(int n, const float* STI_RESTRICT coords, const float* STI_RESTRICT work_b,
+                        float* STI_RESTRICT freq) {
   float* freq_a = freq;
   float* freq_b = freq + n;
   for (int e = 0; e < n; ++e) {
@@ -43,9 +43,9 @@ void triangle_frequency(int n, const float* __restrict coords, const float* __re
   }
 }
 
-void quadrilateral_frequency(int full_integration, int n, const float* __restrict coords,
-                             const float* __restrict work_a, const float* __restrict work_b,
-                             float* __restrict freq) {
+void quadrilateral_frequency(int full_integration, int n, const float* STI_RESTRICT coords,
+                             const float* STI_RESTRICT work_a, const float* STI_RESTRICT work_b,
+                             float* STI_RESTRICT freq) {
   float* freq_a = freq;
   float* freq_b = freq + n;
   for (int e = 0; e < n; ++e) {

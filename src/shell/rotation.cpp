@@ -5,8 +5,8 @@
 #include "shell/shell.hpp"
 
 namespace sti::shell {
-void rotate_into_frame(int n, const float* __restrict vectors, float* __restrict local,
-                       const float* __restrict frame) {
+void rotate_into_frame(int n, const float* STI_RESTRICT vectors, float* STI_RESTRICT local,
+                       const float* STI_RESTRICT frame) {
   constexpr int K = 4;
   auto axis = [&](int e, int c, int a) { return frame[e + n * (c + 3 * a)]; };
   for (int k = 0; k < K; ++k) {
