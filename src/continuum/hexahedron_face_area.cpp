@@ -37,9 +37,28 @@ Family family_of(int elem_type_id) {
                                               : Family::kHexahedron;
 }
 
-inline float shape_factor(const Blend& b, float r) {
-  const float blended = b.lower + b.rise * (1.0f - std::exp(b.rate * (r - 1.0f)));
-  return r <= 1.0f ? b.lower : (r <= b.upper_bound ? blended : b.upper);
+// The factor inside the blend range, 1 < r <= upper_bound: the one place
+// where the face-area estimate needs an exponential.
+inline float blended_factor(const Blend& b, float r) {
+  return b.lower + b.rise * (1.0f - std::exp(b.rate * (r - 1.0f)));
+}
+
+// Replaces each aspect r by its factor: the lower plateau up to 1, the upper
+// one beyond upper_bound (and for a NaN), the blend in between. A batch with
+// no aspect inside the range (most batches of a regular mesh) takes its
+// plateaus in a loop that vectorises; otherwise the exponential runs only for
+// the elements inside it.
+void shape_factors(int n, const Blend& b, float* STI_RESTRICT r) {
+  bool any_inside = false;
+  for (int e = 0; e < n; ++e) any_inside |= r[e] > 1.0f && r[e] <= b.upper_bound;
+  if (any_inside)
+    for (int e = 0; e < n; ++e)
+      if (r[e] > 1.0f && r[e] <= b.upper_bound)
+        r[e] = blended_factor(b, r[e]);
+      else
+        r[e] = r[e] <= 1.0f ? b.lower : b.upper;
+  else
+    for (int e = 0; e < n; ++e) r[e] = r[e] <= 1.0f ? b.lower : b.upper;
 }
 
 inline float estimate(float padded_volume, float multiplier, float c, float m) {
@@ -70,23 +89,33 @@ void hexahedron_face_area(int n, int elem_type_id, const float* STI_RESTRICT coo
         freq_a[e] = estimate(work_a[e], kTetMultiplier, 1.0f, m);
       }
       break;
-    case Family::kWedge:
+    case Family::kWedge: {
+      float factor[kBatchCapacity];  // the aspect, then its shape factor
       for (int e = 0; e < n; ++e) {
         const float m = max_of(freq_a[e], face_measure(n, coords, e, 2, 3, 7, 6));
         const float q = 0.0625f * m;
-        const float r = work_b[e] * std::sqrt(q) * std::sqrt(std::sqrt(q));
-        freq_a[e] = estimate(work_a[e], kWedgeMultiplier, shape_factor(kWedgeBlend, r), m);
+        freq_a[e] = m;
+        factor[e] = work_b[e] * std::sqrt(q) * std::sqrt(std::sqrt(q));
       }
+      shape_factors(n, kWedgeBlend, factor);
+      for (int e = 0; e < n; ++e)
+        freq_a[e] = estimate(work_a[e], kWedgeMultiplier, factor[e], freq_a[e]);
       break;
-    case Family::kHexahedron:
+    }
+    case Family::kHexahedron: {
+      float factor[kBatchCapacity];  // the aspect, then its shape factor
       for (int e = 0; e < n; ++e) {
         float m = max_of(freq_a[e], face_measure(n, coords, e, 2, 3, 7, 6));
         m = max_of(m, face_measure(n, coords, e, 3, 0, 4, 7));
         const float q = 0.0625f * m;
-        const float r = work_b[e] * std::sqrt(q) * std::sqrt(std::sqrt(q));
-        freq_a[e] = estimate(work_a[e], kHexMultiplier, shape_factor(kHexBlend, r), m);
+        freq_a[e] = m;
+        factor[e] = work_b[e] * std::sqrt(q) * std::sqrt(std::sqrt(q));
       }
+      shape_factors(n, kHexBlend, factor);
+      for (int e = 0; e < n; ++e)
+        freq_a[e] = estimate(work_a[e], kHexMultiplier, factor[e], freq_a[e]);
       break;
+    }
   }
 }
 
