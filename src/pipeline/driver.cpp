@@ -40,6 +40,7 @@ struct BatchWork {
   float three_k[kBatchCapacity];
   float wave_modulus[kBatchCapacity];
   float point_dt[kBatchCapacity];
+  int modulus_status[kBatchCapacity];  // what the moduli stage set: 0 (kept), 7 or 8
   float rule_n[kRuleEntries];
   float rule_dn1[kRuleEntries];
   float rule_dn2[kRuleEntries];
@@ -137,6 +138,27 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
 
   // 9. The loop of the driver class.
   const float* thick = thickness;
+  // The moduli depend on the material, the section and the thickness, not on
+  // the point: with several points they are computed at a section's first
+  // point only, and at every point the statuses they set (7 or 8, whatever
+  // the element held) are set again over what the geometry left.
+  auto moduli_of_point = [&](int point_index, int code, float modulus_scale) {
+    if (run_point_count == 1) {
+      material::effective_moduli(n, ndim, elem_status, code, plane_stress_flag, uniaxial_flag,
+                                 modulus_scale, thickness, w.two_g, w.three_k, w.wave_modulus,
+                                 material_props);
+      return;
+    }
+    if (point_index == 1) {
+      for (int e = 0; e < n; ++e) w.modulus_status[e] = 0;
+      material::effective_moduli(n, ndim, w.modulus_status, code, plane_stress_flag,
+                                 uniaxial_flag, modulus_scale, thickness, w.two_g, w.three_k,
+                                 w.wave_modulus, material_props);
+    }
+    for (int e = 0; e < n; ++e)
+      elem_status[e] = w.modulus_status[e] != 0 ? w.modulus_status[e] : elem_status[e];
+  };
+
   if (elem_class == 1 || elem_class == 2) {
     // Continuum, truss, membrane, cohesive (1) and shells (2). The very first
     // point writes the result directly, unscaled; later ones through point_dt.
@@ -149,9 +171,7 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
                          freq_flag, w.tri_flag, w.coords_g(), w.coords_d(), w.element_mass, thick,
                          &coh_value, &section_area, density, w.lsq, w.freq, w.rule_n,
                          w.rule_dn1, w.rule_dn2, w.rule_w, w.geometry);
-        material::effective_moduli(n, ndim, elem_status, material_code[section_index - 1],
-                                   plane_stress_flag, uniaxial_flag, modulus_scale, thick,
-                                   w.two_g, w.three_k, w.wave_modulus, material_props);
+        moduli_of_point(point_index, material_code[section_index - 1], modulus_scale);
         const bool first = section_index == 1 && point_index == 1;
         material::element_dt(n, plane_stress_flag, elem_status, freq_flag, alpha_damping,
                              beta_damping, bulk_b1, w.lsq, w.freq, w.two_g, w.three_k,
@@ -164,9 +184,7 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
     for (int point_index = 1; point_index <= run_point_count; ++point_index) {
       beam::beam_geometry(n, point_index, elem_status, shape_code, w.coords_g(), w.element_mass,
                           section_area, density, w.lsq);
-      material::effective_moduli(n, ndim, elem_status, material_code[0], plane_stress_flag,
-                                 uniaxial_flag, section_area, thick, w.two_g, w.three_k,
-                                 w.wave_modulus, material_props);
+      moduli_of_point(point_index, material_code[0], section_area);
       material::element_dt(n, plane_stress_flag, elem_status, freq_flag, alpha_damping,
                            beta_damping, bulk_b1, w.lsq, w.freq, w.two_g, w.three_k,
                            w.wave_modulus, w.element_mass, w.point_dt);
