@@ -92,7 +92,15 @@ STI_EXPORT void sti_ope_acousticelemdt(const int* batch_count, int* elem_status,
                                        const float* density, const float* lsq,
                                        float* stable_time, const float* material_props);
 
-/* Integration tables and the one-dimensional section rule generator. */
+/*
+ * Integration tables and the one-dimensional section rule generator.
+ * sti_ope_integrule tests neither width nor count, and the caller's arrays
+ * must hold what it writes: kind 0 or 1 (Simpson, 0 becomes 1) with a count
+ * below 1 writes points[0] = center - width/2 and nothing else; kind 2 (Gauss)
+ * with a count other than 1 to 6 writes the seven-point rule into the first
+ * seven points and weights; kind 3 (trapezoid) with a count below 1 writes
+ * nothing, since its last point would lie before the first entry.
+ */
 STI_EXPORT void sti_ope_fullintegrule(const int* rule_kind, const int* rule_family,
                                       const int* rule_nodes, const int* point_count,
                                       float* rule_n, float* rule_dn1, float* rule_dn2,

@@ -2,8 +2,11 @@
  * Stable time increment of explicit dynamic finite element analysis.
  *
  * One call takes one element type, a set of elements of that type and one
- * material, and returns for every element the largest time increment that
- * explicit central-difference integration of that element allows. All
+ * material, and returns for every element an estimate of the stable time
+ * increment of explicit central-difference integration: the characteristic
+ * length over the wave speed, shortened for damping. It is no guaranteed
+ * bound; for solids at higher Poisson ratios it can exceed the element's own
+ * exact critical increment (see the README's validation). All
  * numerics are single precision and unit-free: any consistent set of units
  * goes in, and the increment comes out in that system's time unit. The call
  * keeps no state, allocates nothing and may run from several threads at once
@@ -67,6 +70,15 @@ enum {
  * Returns the call's public code: within a batch of 128 elements the code of
  * its last failed element, between batches the smallest nonzero batch code.
  *
+ * Not-a-number: no input is tested for NaN, and code 0 does not by itself
+ * promise a finite increment. A NaN density passes the density test; NaN
+ * coordinates of trusses and beams pass their length test; NaN coordinates of
+ * axisymmetric continuum and acoustic elements (CAX3, CAX4R, CAX6M, ACAX3,
+ * ACAX4R and the T forms), or finite ones so large that their products
+ * overflow, pass the volume test. Each gives code 0 with a NaN increment.
+ * Hosts whose inputs may hold NaN or such values test every increment with
+ * isfinite.
+ *
  * material_props by material_code, indices from 0:
  *   100  isotropic elastic: E, nu.
  *   101  orthotropic stiffness: D1111, D1122, D2222, D1133, D2233, D3333,
@@ -82,7 +94,9 @@ enum {
  *        D1 at 2N+1.
  *   109  foam: N, mu_k at 2k+1 (exponents at 2k+2, not read), nu_k at
  *        2N+1+k.
- *        For 105 and 107 a count below zero fails every element with 200.
+ *        For 105 and 107 a count below zero fails every element with 200
+ *        (internal status 8): the layout would place D1 before the first
+ *        entry, and the library refuses the set rather than read there.
  *   118  Arruda-Boyce form: [1] mu, [2] locking stretch, [3] D.
  *   119  five-constant form: [1] mu, [5] D.
  *   125  diagonal modulus tensor: A11, A22, A33 (two dimensions: A11, A22).

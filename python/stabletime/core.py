@@ -53,10 +53,17 @@ def _per_element(name, value, count, optional=False):
     return array
 
 
-def _nodes(nodes):
+def _volume_type(name):
+    """Types whose geometry spans three dimensions: planar nodes make them flat."""
+    return name.startswith(("C3D", "AC3D", "SC"))
+
+
+def _nodes(nodes, name):
     array = _f32("nodes", nodes)
     if array.ndim != 2 or array.shape[1] not in (2, 3):
         raise ValueError(f"nodes must have shape (n, 3) or (n, 2), got {array.shape}")
+    if array.shape[1] == 2 and _volume_type(name):
+        raise ValueError(f"nodes of {name} need three coordinates, got shape {array.shape}")
     if array.shape[1] == 2:
         array = np.ascontiguousarray(np.column_stack([array, np.zeros(len(array), np.float32)]))
     if len(array) > _INT32_MAX:
@@ -79,13 +86,22 @@ def _connectivity(connectivity, name, node_total):
         raise ValueError("connectivity has no elements")
     if conn.shape[0] > _INT32_MAX:
         raise ValueError("connectivity: too many elements for the library's int32 count")
-    bad = (conn < 0) | (conn >= node_total)
-    if bad.any():
+    return conn
+
+
+def _check_rows(conn, out, start, stop, node_total):
+    """Check the node numbers of rows start..stop and copy them into out (the
+    int32 array handed to the library) unless out is conn itself. numpy
+    releases the GIL in both, so chunks run in parallel on the thread pool."""
+    part = conn[start:stop]
+    if part.size and (part.min() < 0 or part.max() >= node_total):
+        bad = (part < 0) | (part >= node_total)
         e = int(np.flatnonzero(bad.any(axis=1))[0])
         k = int(np.flatnonzero(bad[e])[0])
-        raise ValueError(f"connectivity: element {e} refers to node {int(conn[e, k])}, outside "
-                         f"the {node_total} nodes (valid 0..{node_total - 1})")
-    return np.ascontiguousarray(conn, dtype=np.int32)
+        return start + e, int(part[e, k])
+    if out is not conn:
+        out[start:stop] = part
+    return None
 
 
 def _ptr(array, kind):
@@ -104,7 +120,11 @@ def compute(element_type, nodes, connectivity, material, density, thickness=None
     connectivity  (elements, nodes per element) zero-based node numbers.
     material      a material object (Elastic(E, nu), ...) or a (code, props) pair.
     density       scalar or one per element.
-    thickness     None (1.0), scalar or one per element.
+    thickness     None (1.0), scalar or one per element. Passed to the library
+                  for every type: it multiplies every modulus, and only plane,
+                  membrane, shell and cohesive geometry also multiply the mass
+                  by it, so for other types it divides the increment by
+                  sqrt(thickness): give None there.
     bulk_scale    linear bulk viscosity scale.
     section_area  area of trusses and beams (required for them).
     alpha, beta   mass- and stiffness-proportional damping.
@@ -115,7 +135,7 @@ def compute(element_type, nodes, connectivity, material, density, thickness=None
     Contiguous float32/int32 inputs are passed without copying.
     """
     name = check_name(element_type)
-    node_array = _nodes(nodes)
+    node_array = _nodes(nodes, name)
     conn = _connectivity(connectivity, name, len(node_array))
     count = conn.shape[0]
     fam = family(name)
@@ -143,31 +163,48 @@ def compute(element_type, nodes, connectivity, material, density, thickness=None
     if not isinstance(threads, int) or threads < 1:
         raise ValueError(f"threads must be a positive int, got {threads!r}")
 
-    fn = _library.load()
-    dt = np.zeros(count, dtype=np.float32)
-    codes = np.zeros(count, dtype=np.int32)
-    encoded = name.encode("ascii")
-
-    def run(start, stop):
-        thick_ptr = None if thick is None else _ptr(thick[start:], ctypes.c_float)
-        result = fn(encoded, len(node_array), stop - start, _ptr(node_array, ctypes.c_float),
-                    _ptr(conn[start:], ctypes.c_int), code, _ptr(props, ctypes.c_float),
-                    _ptr(rho[start:], ctypes.c_float), thick_ptr, float(bulk_scale),
-                    _ptr(section, ctypes.c_float), _ptr(coh, ctypes.c_float),
-                    _ptr(dt[start:], ctypes.c_float), _ptr(codes[start:], ctypes.c_int))
-        if progress is not None:
-            progress(stop - start)
-        return result
-
     chunk = max(MIN_CHUNK, -(-count // (4 * threads * BATCH)) * BATCH)
-    if threads == 1 or count <= chunk:
-        if progress is None or count <= chunk:
+    starts = range(0, count, chunk)
+    ready = conn.dtype == np.int32 and conn.flags.c_contiguous
+    conn32 = conn if ready else np.empty(conn.shape, dtype=np.int32)
+    pool = ThreadPoolExecutor(max_workers=threads) if threads > 1 and count > chunk else None
+    try:
+        def each(work):
+            if pool is None:
+                return [work(s) for s in starts]
+            return list(pool.map(work, starts))
+
+        # Every node number is checked before the library sees any element.
+        node_total = len(node_array)
+        for bad in each(lambda s: _check_rows(conn, conn32, s, min(s + chunk, count),
+                                               node_total)):
+            if bad is not None:
+                e, node = bad
+                raise ValueError(f"connectivity: element {e} refers to node {node}, outside "
+                                 f"the {node_total} nodes (valid 0..{node_total - 1})")
+
+        fn = _library.load()
+        dt = np.zeros(count, dtype=np.float32)
+        codes = np.zeros(count, dtype=np.int32)
+        encoded = name.encode("ascii")
+
+        def run(start, stop):
+            thick_ptr = None if thick is None else _ptr(thick[start:], ctypes.c_float)
+            result = fn(encoded, node_total, stop - start, _ptr(node_array, ctypes.c_float),
+                        _ptr(conn32[start:], ctypes.c_int), code, _ptr(props, ctypes.c_float),
+                        _ptr(rho[start:], ctypes.c_float), thick_ptr, float(bulk_scale),
+                        _ptr(section, ctypes.c_float), _ptr(coh, ctypes.c_float),
+                        _ptr(dt[start:], ctypes.c_float), _ptr(codes[start:], ctypes.c_int))
+            if progress is not None:
+                progress(stop - start)
+            return result
+
+        if pool is None and (progress is None or count <= chunk):
             call_codes = [run(0, count)]
         else:
-            call_codes = [run(s, min(s + chunk, count)) for s in range(0, count, chunk)]
-    else:
-        with ThreadPoolExecutor(max_workers=threads) as pool:
-            call_codes = list(pool.map(lambda s: run(s, min(s + chunk, count)),
-                                       range(0, count, chunk)))
+            call_codes = each(lambda s: run(s, min(s + chunk, count)))
+    finally:
+        if pool is not None:
+            pool.shutdown()
     nonzero = [c for c in call_codes if c != 0]
     return Result(dt, codes, min(nonzero) if nonzero else 0)

@@ -16,15 +16,63 @@ _PADDED_LENGTH = 32
 
 
 class Material:
-    """Base of all materials: code and props (float32)."""
+    """Base of all materials: code and props (float32).
+
+    Each class checks its constants when made: they must be real numbers
+    (TypeError otherwise, strings included) and physically possible
+    (ValueError naming the rule otherwise). Raw is passed through unchecked."""
 
     code: int
+
+    def __post_init__(self):
+        for name, value in vars(self).items():
+            _check_real(f"{type(self).__name__}.{name}", value)
+        self._check()
+
+    def _check(self):
+        """Raise ValueError for constants no material can have."""
 
     def props(self):
         raise NotImplementedError
 
     def as_code_and_props(self):
         return self.code, np.asarray(self.props(), dtype=np.float64)
+
+
+def _check_real(name, value):
+    """TypeError unless value is a real number or a sequence of them."""
+    if isinstance(value, (bool, np.bool_)) or isinstance(value, (str, bytes)):
+        raise TypeError(f"{name} must be a number, got {value!r}")
+    if isinstance(value, (int, float, np.integer, np.floating)):
+        return
+    try:
+        array = np.asarray(value)
+    except (TypeError, ValueError):
+        array = None
+    if array is None or array.dtype.kind not in "iuf" or array.ndim == 0:
+        raise TypeError(f"{name} must be a number or a list of numbers, got {value!r}")
+
+
+def _require(condition, message):
+    if not condition:
+        raise ValueError(message)
+
+
+def _finite(name, *values):
+    _require(all(math.isfinite(float(v)) for v in values), f"{name}: constants must be finite")
+
+
+def _positive(cls, **values):
+    for key, value in values.items():
+        _require(value > 0, f"{cls}: {key} must be greater than zero, got {value}")
+
+
+def _positive_definite(cls, matrix, what):
+    """Strain energy is positive for every strain only if the matrix is."""
+    matrix = np.asarray(matrix, dtype=np.float64)
+    _require(np.all(np.isfinite(matrix)), f"{cls}: constants must be finite")
+    _require(float(np.linalg.eigvalsh(matrix).min()) > 0,
+             f"{cls}: the {what} is not positive definite")
 
 
 def _floats(name, values, count=None):
@@ -40,6 +88,11 @@ class Elastic(Material):
     E: float
     nu: float
     code = 100
+
+    def _check(self):
+        _finite("Elastic", self.E, self.nu)
+        _require(self.E > 0, f"Elastic: E must be greater than zero, got {self.E}")
+        _require(-1 < self.nu <= 0.5, f"Elastic: nu must lie in (-1, 0.5], got {self.nu}")
 
     def props(self):
         return [self.E, self.nu]
@@ -59,6 +112,13 @@ class OrthotropicStiffness(Material):
     D2323: float
     code = 101
 
+    def _check(self):
+        d = self.props()
+        _positive_definite("OrthotropicStiffness", [
+            [d[0], d[1], d[3], 0, 0, 0], [d[1], d[2], d[4], 0, 0, 0],
+            [d[3], d[4], d[5], 0, 0, 0], [0, 0, 0, d[6], 0, 0], [0, 0, 0, 0, d[7], 0],
+            [0, 0, 0, 0, 0, d[8]]], "stiffness matrix")
+
     def props(self):
         return [self.D1111, self.D1122, self.D2222, self.D1133, self.D2233, self.D3333,
                 self.D1212, self.D1313, self.D2323]
@@ -74,6 +134,13 @@ class Lamina(Material):
     G13: float
     G23: float
     code = 102
+
+    def _check(self):
+        _finite("Lamina", *self.props())
+        _positive("Lamina", E1=self.E1, E2=self.E2, G12=self.G12, G13=self.G13, G23=self.G23)
+        # In-plane compliance positive definite: nu12 * nu21 < 1, nu21 = nu12 E2 / E1.
+        _require(self.nu12 * self.nu12 * self.E2 < self.E1,
+                 f"Lamina: nu12^2 must be below E1/E2, got nu12 = {self.nu12}")
 
     def props(self):
         return [self.E1, self.E2, self.nu12, self.G12, self.G13, self.G23]
@@ -93,6 +160,17 @@ class EngineeringConstants(Material):
     G23: float
     code = 9001
 
+    def _check(self):
+        _finite("EngineeringConstants", *self.props())
+        _positive("EngineeringConstants", E1=self.E1, E2=self.E2, E3=self.E3, G12=self.G12,
+                  G13=self.G13, G23=self.G23)
+        e = (self.E1, self.E2, self.E3)
+        nu = {(0, 1): self.nu12, (0, 2): self.nu13, (1, 2): self.nu23}
+        compliance = np.diag([1 / e[0], 1 / e[1], 1 / e[2]])
+        for (i, j), v in nu.items():
+            compliance[i, j] = compliance[j, i] = -v / e[i]
+        _positive_definite("EngineeringConstants", compliance, "compliance matrix")
+
     def props(self):
         return [self.E1, self.E2, self.E3, self.nu12, self.nu13, self.nu23,
                 self.G12, self.G13, self.G23]
@@ -107,6 +185,16 @@ class AnisotropicStiffness(Material):
     """
     D: Sequence
     code = 103
+
+    def _check(self):
+        d = np.asarray(self.props(), dtype=np.float64)
+        full = np.zeros((6, 6))
+        k = 0
+        for j in range(6):
+            for i in range(j + 1):
+                full[i, j] = full[j, i] = d[k]
+                k += 1
+        _positive_definite("AnisotropicStiffness", full, "stiffness matrix")
 
     def props(self):
         d = np.asarray(self.D, dtype=np.float64)
@@ -135,6 +223,13 @@ class Polynomial(Material):
     D1: float = 0.0
     code = 105
 
+    def _check(self):
+        c = self.props()
+        _finite("Polynomial", *c)
+        _require(c[1] + c[2] > 0, "Polynomial: the initial shear modulus 2(C10 + C01) must be "
+                 f"greater than zero, got C10 = {c[1]}, C01 = {c[2]}")
+        _require(self.D1 >= 0, f"Polynomial: D1 must not be negative, got {self.D1}")
+
     def props(self):
         c = _floats("Polynomial coefficients", self.coefficients)
         if len(c) < 2 or len(c) % 2:
@@ -151,6 +246,12 @@ class Ogden(Material):
     D1: float = 0.0
     code = 107
 
+    def _check(self):
+        p = self.props()
+        _finite("Ogden", *p)
+        _hyperelastic_terms("Ogden", self.mu, self.alpha)
+        _require(self.D1 >= 0, f"Ogden: D1 must not be negative, got {self.D1}")
+
     def props(self):
         mu = _floats("Ogden mu", self.mu)
         alpha = _floats("Ogden alpha", self.alpha, len(mu))
@@ -165,6 +266,13 @@ class Foam(Material):
     alpha: Sequence
     nu: Sequence
     code = 109
+
+    def _check(self):
+        p = self.props()
+        _finite("Foam", *p)
+        _hyperelastic_terms("Foam", self.mu, self.alpha)
+        for v in _floats("Foam nu", self.nu):
+            _require(-1 < v <= 0.5, f"Foam: each nu must lie in (-1, 0.5], got {v}")
 
     def props(self):
         mu = _floats("Foam mu", self.mu)
@@ -182,6 +290,13 @@ class ArrudaBoyce(Material):
     D: float = 0.0
     code = 118
 
+    def _check(self):
+        _finite("ArrudaBoyce", self.mu, self.lambda_m, self.D)
+        _positive("ArrudaBoyce", mu=self.mu)
+        _require(self.lambda_m == 0 or self.lambda_m > 1, "ArrudaBoyce: the locking stretch "
+                 f"lambda_m must exceed 1 (or be 0 for none), got {self.lambda_m}")
+        _require(self.D >= 0, f"ArrudaBoyce: D must not be negative, got {self.D}")
+
     def props(self):
         return [0.0, self.mu, self.lambda_m, self.D]
 
@@ -197,6 +312,11 @@ class FiveConstant(Material):
     C4: float = 0.0
     code = 119
 
+    def _check(self):
+        _finite("FiveConstant", self.mu, self.D, self.C2, self.C3, self.C4)
+        _positive("FiveConstant", mu=self.mu)
+        _require(self.D >= 0, f"FiveConstant: D must not be negative, got {self.D}")
+
     def props(self):
         return [0.0, self.mu, self.C2, self.C3, self.C4, self.D]
 
@@ -208,6 +328,12 @@ class DiagonalModulus(Material):
     A22: float
     A33: float = 0.0
     code = 125
+
+    def _check(self):
+        _finite("DiagonalModulus", self.A11, self.A22, self.A33)
+        _positive("DiagonalModulus", A11=self.A11, A22=self.A22)
+        _require(self.A33 >= 0, "DiagonalModulus: A33 must be greater than zero "
+                 f"(or 0 where unused), got {self.A33}")
 
     def props(self):
         return [self.A11, self.A22, self.A33]
@@ -224,6 +350,11 @@ class SymmetricModulus(Material):
     A23: float
     code = 126
 
+    def _check(self):
+        a = self
+        _positive_definite("SymmetricModulus", [[a.A11, a.A12, a.A13], [a.A12, a.A22, a.A23],
+                                                [a.A13, a.A23, a.A33]], "modulus tensor")
+
     def props(self):
         return [self.A11, self.A22, self.A33, self.A12, self.A13, self.A23]
 
@@ -236,6 +367,11 @@ class SymmetricModulus2D(Material):
     A12: float
     code = 126
 
+    def _check(self):
+        a = self
+        _positive_definite("SymmetricModulus2D", [[a.A11, a.A12], [a.A12, a.A22]],
+                           "modulus tensor")
+
     def props(self):
         return [self.A11, self.A22, self.A12]
 
@@ -247,8 +383,25 @@ class AcousticFluid(Material):
     damping: float = 0.0
     code = ACOUSTIC_CODE
 
+    def _check(self):
+        _finite("AcousticFluid", self.bulk_modulus, self.damping)
+        _positive("AcousticFluid", bulk_modulus=self.bulk_modulus)
+        _require(self.damping >= 0,
+                 f"AcousticFluid: damping must not be negative, got {self.damping}")
+
     def props(self):
         return [self.bulk_modulus, self.damping]
+
+
+def _hyperelastic_terms(cls, mu, alpha):
+    """A positive initial shear modulus (sum of mu), and each term stable
+    (mu_k alpha_k > 0)."""
+    mu = _floats(f"{cls} mu", mu)
+    alpha = _floats(f"{cls} alpha", alpha, len(mu))
+    _require(sum(mu) > 0, f"{cls}: the sum of mu must be greater than zero, got {sum(mu)}")
+    for m, a in zip(mu, alpha):
+        _require(m * a > 0, f"{cls}: each mu_k * alpha_k must be greater than zero, "
+                            f"got mu = {m}, alpha = {a}")
 
 
 @dataclass(frozen=True)
@@ -256,6 +409,9 @@ class Raw(Material):
     """A material code and its property array passed through as given."""
     code: int
     values: Sequence = field(default_factory=list)
+
+    def __post_init__(self):
+        pass  # passed through as given
 
     def props(self):
         return list(self.values)

@@ -99,13 +99,15 @@ void solid_cohesive(int coh_flag, int n, int point_index, int* elem_status, cons
     const Vec3 pb = cross(tb, ev), qa = cross(ta, ev);
     const float P[3] = {pb.x * half_rn, pb.y * half_rn, pb.z * half_rn};
     const float Q[3] = {-qa.x * half_rn, -qa.y * half_rn, -qa.z * half_rn};
+    // Summed point by point, component by component, the lower node's square
+    // before the upper node's.
     float sum = 0.0f;
-    for (int face = 0; face < 2; ++face)  // lower nodes, then upper nodes
-      for (int i = 0; i < kPoints; ++i)
-        for (int c = 0; c < 3; ++c) {
-          const float w = a[i] * P[c] + b[i] * Q[c];
-          sum += sq(face == 0 ? w - N[i] * nv[c] : w + N[i] * nv[c]);
-        }
+    for (int i = 0; i < kPoints; ++i)
+      for (int c = 0; c < 3; ++c) {
+        const float w = a[i] * P[c] + b[i] * Q[c];
+        sum += sq(w - N[i] * nv[c]);
+        sum += sq(w + N[i] * nv[c]);
+      }
     h_g[e] = h;
     s_n[e] = sum;
   }
@@ -216,9 +218,11 @@ void solid_cohesive(int coh_flag, int n, int point_index, int* elem_status, cons
         add(row[1][E.k][c], 1.0f, wp);
       }
     }
-    for (int face = 0; face < 2; ++face)
-      for (int k = 0; k < KF; ++k)
-        for (int c = 0; c < 3; ++c)
+    // Summed component by component; within one, the lower nodes in turn,
+    // then the upper ones.
+    for (int c = 0; c < 3; ++c)
+      for (int face = 0; face < 2; ++face)
+        for (int k = 0; k < KF; ++k)
           for (int e = 0; e < n; ++e) s_s[e] += sq(row[face][k][c][e]);
   }
 

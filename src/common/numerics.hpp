@@ -30,6 +30,11 @@ inline constexpr float kInvSqrt6 = std::bit_cast<float>(0x3ED105EBu);        // 
 // max(a, b) and min(a, b) read in the written order: a > b ? a : b. A NaN in
 // either operand yields the second operand, which is what every clamp of the
 // design relies on. std::max, std::min and fmaxf differ on NaN; do not use them.
+//
+// Sums are formed one term at a time from the first, in single precision.
+// Where a sum runs over nested indices (points, components, faces, nodes) and
+// nothing else fixes its order, its terms are added in the order of those
+// indices, the outermost index slowest.
 inline float max_of(float a, float b) { return a > b ? a : b; }
 inline float min_of(float a, float b) { return a < b ? a : b; }
 inline float max_of(float a, float b, float c) { return max_of(max_of(a, b), c); }

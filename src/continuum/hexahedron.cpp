@@ -64,13 +64,16 @@ void hexahedron(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT 
     work_b[e] = (1.0f - p) / padded;
     element_mass[e] = padded * density[e];
 
-    float s = p;
+    // The sum of the 24 squares first, then the pad: a pad added first would
+    // absorb the small squares of a collapsed element.
+    float s = bx[0] * bx[0];
 #pragma GCC unroll 8
-    for (int i = 0; i < 8; ++i) s = s + bx[i] * bx[i];
+    for (int i = 1; i < 8; ++i) s = s + bx[i] * bx[i];
 #pragma GCC unroll 8
     for (int i = 0; i < 8; ++i) s = s + by[i] * by[i];
 #pragma GCC unroll 8
     for (int i = 0; i < 8; ++i) s = s + bz[i] * bz[i];
+    s = s + p;
     lsq[e] = padded * 0.5f / s;
   }
 }

@@ -67,8 +67,13 @@ void axisymmetric_quadrilateral(int n, int* STI_RESTRICT elem_status,
     const float E = -(r2 - r3) * (z4 - z1) - (r1 - r4) * (z2 - z3);
     const float F = -(r3 - r4) * (z2 - z1) + (r2 - r1) * (z3 - z4);
 
-    // Volume per radian; a negative signed area fails even where V stays positive.
-    const float v = max_of(0.125f * R * D + w * (P * F + Q * E), 0.0f);
+    // Volume per radian, clamped at zero from below. Unlike the other clamps
+    // this one lets a NaN through (the coordinates held one, or inf - inf from
+    // an overflow): the product test below then fails to match, no status is
+    // set and the mass and length term come out NaN. A negative signed area
+    // fails even where V stays positive.
+    const float raw = 0.125f * R * D + w * (P * F + Q * E);
+    const float v = raw < 0.0f ? 0.0f : raw;
     const bool collapsed = max_of(D, 0.0f) * v == 0.0f;
     const float p = collapsed ? 1.0f : 0.0f;
     elem_status[e] = collapsed ? 1 : elem_status[e];

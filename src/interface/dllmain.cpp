@@ -3,7 +3,8 @@
 // of the library's own, so a host's later initialize of the outer layer only
 // counts and leaves the host's integer alone. Before that, a static
 // initialiser makes the C runtime ignore invalid parameters instead of ending
-// the host process.
+// the host process; when the library unloads, the handler it replaced comes
+// back, unless the host has installed another since.
 #ifdef _WIN32
 
 #define WIN32_LEAN_AND_MEAN  // keeps out the COM headers, which define 'interface'
@@ -12,6 +13,7 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "interface/installed_handler.hpp"
 #include "stabletime/lifecycle.hpp"
 
 namespace sti::interface {
@@ -23,14 +25,10 @@ int load_refcount = 0;
 void __cdecl ignore_invalid_parameter(const wchar_t*, const wchar_t*, const wchar_t*, unsigned,
                                       std::uintptr_t) {}
 
-bool install_invalid_parameter_handler() {
-  _set_invalid_parameter_handler(&ignore_invalid_parameter);
-  return true;
-}
-
-// Runs while the runtime starts the library, before DllMain.
-[[maybe_unused]] const bool invalid_parameter_handler_installed =
-    install_invalid_parameter_handler();
+// Constructed while the runtime starts the library, before DllMain, and
+// destroyed while it unloads the library, after DllMain.
+const InstalledHandler<_invalid_parameter_handler> invalid_parameter_handler(
+    &ignore_invalid_parameter, &_get_invalid_parameter_handler, &_set_invalid_parameter_handler);
 
 }  // namespace
 }  // namespace sti::interface

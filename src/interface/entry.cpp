@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "common/numerics.hpp"
+#include "interface/batches.hpp"
 #include "interface/interface.hpp"
 #include "pipeline/pipeline.hpp"
 #include "stabletime/stabletime.h"
@@ -71,10 +72,7 @@ int stable_time(const char* elem_name, int node_total, int element_count, const 
   const float unit_scale = 1.0f;
 
   int overall_code = 0;
-  for (int batch_first = 0; batch_first < element_count; batch_first += kBatchCapacity) {
-    const int remaining = element_count - batch_first;
-    const int batch_count = remaining < kBatchCapacity ? remaining : kBatchCapacity;
-
+  for_each_batch(element_count, [&](int batch_first, int batch_count) {
     const int* rows = connectivity + static_cast<long long>(batch_first) * node_count;
     for (int k = 0; k < node_count; ++k)
       for (int e = 0; e < batch_count; ++e)
@@ -110,7 +108,7 @@ int stable_time(const char* elem_name, int node_total, int element_count, const 
     // Between batches the smallest nonzero code wins; a clean batch never resets it.
     if (batch_code != 0 && (overall_code == 0 || batch_code < overall_code))
       overall_code = batch_code;
-  }
+  });
   return overall_code;
 }
 

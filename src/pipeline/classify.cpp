@@ -16,11 +16,14 @@ constexpr int kTriangleAsQuad[4] = {1, 2, 3, 1};
 constexpr int kWedgeAsHex[8] = {1, 2, 3, 1, 4, 5, 6, 4};
 constexpr int kTetAsHex[8] = {2, 3, 1, 2, 2, 4, 1, 2};
 
+// The whole list of the difference is written, whatever the geometry node
+// count: a caller's preset may differ from the list's length.
 void expand_connectivity(int n, int node_count, int geom_node_count, const int* connectivity,
                          int* expanded) {
   const int difference = geom_node_count - node_count;
   const int* list = difference == 1 ? kTriangleAsQuad : difference == 2 ? kWedgeAsHex : kTetAsHex;
-  for (int j = 0; j < geom_node_count; ++j) {
+  const int length = difference == 1 ? 4 : 8;
+  for (int j = 0; j < length; ++j) {
     const int* source = connectivity + n * (list[j] - 1);
     for (int e = 0; e < n; ++e) expanded[e + n * j] = source[e];
   }
@@ -51,6 +54,7 @@ void classify(int n, int node_count, int& geom_node_count, int& ndim, int& run_p
   freq_flag = (row->flags & kF) != 0 ? 1 : 0;
   if ((row->flags & kS) != 0) dt_scale = kInvSqrt6;
 
+  // Also where the row keeps a preset that differs from the node count.
   if (geom_node_count != node_count)
     expand_connectivity(n, node_count, geom_node_count, connectivity, expanded);
   if ((row->flags & kT) != 0)

@@ -81,6 +81,11 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
     w.element_mass[e] = 0.0f;
     w.wave_modulus[e] = 0.0f;
     w.lsq[e] = 0.0f;
+    // The moduli stage leaves 2G and 3K unwritten for an unknown material
+    // code (and for a modulus tensor); the increment stage may still read
+    // them for failed elements before discarding what it computed.
+    w.two_g[e] = 0.0f;
+    w.three_k[e] = 0.0f;
     elem_status[e] = 0.0f >= density[e] ? 6 : 0;
   }
 

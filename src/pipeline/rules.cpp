@@ -145,10 +145,9 @@ void section_rule(int& count, float center, float width, float* STI_RESTRICT poi
                   float* STI_RESTRICT weights, int* STI_RESTRICT order, int& kind) {
   const float h = width / 2.0f;
   const float c = center;
+  // count - 1 in 64 bits, so that no count overflows; the same float otherwise.
+  const long long intervals = static_cast<long long>(count) - 1;
   if (kind == 0) kind = 1;
-  // An empty rule has no entries to write; every kind would otherwise reach
-  // outside the caller's arrays.
-  if (count < 1) return;
   if (kind == 1) {
     if (count == 1) {
       points[0] = c;
@@ -156,13 +155,15 @@ void section_rule(int& count, float center, float width, float* STI_RESTRICT poi
       order[0] = 1;
       return;
     }
-    const float s = width / static_cast<float>(count - 1);
+    // Neither width nor count is tested: a count below 1 writes the first
+    // point and nothing else.
+    const float s = width / static_cast<float>(intervals);
     points[0] = c - h;
     for (int i = 1; i < count; ++i) points[i] = points[i - 1] + s;
     for (int i = 0; i < count; ++i) weights[i] = 0.0f;
     const float end_weight = s / 3.0f;
     const float middle_weight = 4.0f * s / 3.0f;
-    for (int pair = 0; pair < (count - 1) / 2; ++pair) {
+    for (long long pair = 0; pair < intervals / 2; ++pair) {
       weights[2 * pair] += end_weight;
       weights[2 * pair + 1] += middle_weight;
       weights[2 * pair + 2] += end_weight;
@@ -173,6 +174,8 @@ void section_rule(int& count, float center, float width, float* STI_RESTRICT poi
       weights[0] = 2.0f * h;
       order[0] = 1;
     } else {
+      // Orders 2 to 6 as asked; any other count, below 1 too, gets the
+      // seven-point rule in its first seven entries.
       const int rule_order = count >= 2 && count <= 6 ? count : 7;
       for (int i = 0; i < rule_order; ++i) {
         points[i] = c + h * kGauss[rule_order].x[i];
@@ -180,6 +183,9 @@ void section_rule(int& count, float center, float width, float* STI_RESTRICT poi
       }
     }
   } else if (kind == 3) {
+    // A count below 1 would place the last point before the first entry:
+    // the rule writes nothing then.
+    if (count < 1) return;
     if (count == 1) count = 2;
     const float s = h / static_cast<float>(count - 1);
     points[0] = c - h;
@@ -187,7 +193,7 @@ void section_rule(int& count, float center, float width, float* STI_RESTRICT poi
     weights[0] = s;
     weights[count - 1] = s;
     for (int k = 2; k < count; ++k) {
-      points[k - 1] = c + static_cast<float>(2 * k - 1 - count) * s;
+      points[k - 1] = c + static_cast<float>(2LL * k - 1 - count) * s;
       weights[k - 1] = 2.0f * s;
     }
   }

@@ -6,6 +6,7 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <initializer_list>
 #include <vector>
 
 #include "stabletime/pipeline.h"
@@ -191,6 +192,37 @@ TEST(SolidCohesive, ShearedStackTurnsTheNormal) {
   EXPECT_EQ(bits(s.mass), bits(0.25f));
   EXPECT_EQ(bits(s.lsq), bits(1.0f / (0.25f * 8.0f)));
   EXPECT_EQ(s.status, 0);
+}
+
+TEST(SolidCohesive, SumsOfSquaresFollowTheirEnumeration) {
+  // D = (dx, 0, dz) at every point of the unit square, corner 1, by hand:
+  // h_g = 2 dz, e = (2 dx, 0, 0), P = (0, 0, -2 dx), Q = 0. The normal rows
+  // vanish but for component z of point 1 (dx - 1 lower, dx + 1 upper) and of
+  // point 2 (-dx, -dx). Sliding: axis s takes the edge (1 -> 2) with kappa 1/2,
+  // rows of size 1/2 in x and dz in z at nodes 1 and 2 of both faces; axis t
+  // the edge (1 -> 4), rows of size dx in x, 1/2 in y and dz in z at nodes 1
+  // and 4. These dx and dz make the float sums depend on the order of terms.
+  const float dx = 0.61f, dz = 0.75f;
+  const float a = (dx - 1.0f) * (dx - 1.0f), b = (dx + 1.0f) * (dx + 1.0f), c = dx * dx;
+  const float q = 0.25f, z = dz * dz;
+  const auto sum = [](std::initializer_list<float> terms) {
+    float s = 0.0f;
+    for (float t : terms) s += t;
+    return s;
+  };
+  // Point by point, component by component, lower node then upper node.
+  const float s_n = sum({a, b, c, c});
+  // Axis s then t; component x, y, z; lower nodes, then upper nodes.
+  const float s_s = sum({q, q, q, q, z, z, z, z, c, c, c, c, q, q, q, q, z, z, z, z});
+  const auto lsq_of = [&](float S) { return 2.0f * dz / (0.25f * S); };  // S above 7: f = 1
+  const Solid s = solid(false, kUnitSquare, all({dx, 0, dz}), 1);
+  EXPECT_EQ(bits(s.lsq), bits(lsq_of(s_s + s_n)));
+  EXPECT_EQ(bits(s.mass), bits(0.375f));
+  // Lower face first, components fastest, gives other floats for both sums.
+  const float s_n_by_face = sum({a, c, b, c});
+  const float s_s_by_face = sum({q, z, q, z, q, z, q, z, c, q, z, c, q, z, c, q, z, c, q, z});
+  EXPECT_NE(bits(s.lsq), bits(lsq_of(s_s + s_n_by_face)));
+  EXPECT_NE(bits(s.lsq), bits(lsq_of(s_s_by_face + s_n)));
 }
 
 TEST(SolidCohesive, WedgeCornerWeightAndNoRamp) {

@@ -180,6 +180,19 @@ TEST(AxisymmetricQuadrilateral, NegativeSignedAreaFailsWithPositiveVolume) {
   EXPECT_GE(o.mass[0], 1.0f);
 }
 
+TEST(AxisymmetricQuadrilateral, NotANumberPassesTheClampAndSetsNoStatus) {
+  // Unlike the plane operator, which counts a NaN as a collapsed element, the
+  // axisymmetric one carries it through: no status, NaN mass and length term.
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  const PlaneOut o = axisymmetric(
+      {{{{1, 0}, {2, 0}, {nan, 1}, {1, 1}}}, {{{1, 0}, {2, 0}, {2, 1}, {1, 1}}}}, {0, 0});
+  EXPECT_EQ(o.status[0], 0);
+  EXPECT_TRUE(std::isnan(o.mass[0]));
+  EXPECT_TRUE(std::isnan(o.lsq[0]));
+  EXPECT_EQ(o.status[1], 0);  // the neighbour is untouched
+  EXPECT_LE(ulp_distance(o.lsq[1], 27.0f / 86.0f), 4);
+}
+
 TEST(Hexahedron, WorkedValues) {
   struct Row {
     const char* what;
@@ -212,6 +225,20 @@ TEST(Hexahedron, WorkedValues) {
     }
     EXPECT_TRUE(std::isfinite(o.lsq[i])) << r.what;
   }
+}
+
+TEST(Hexahedron, PadJoinsTheSumOfSquaresLast) {
+  // A flat square of side 1/32 with corners 5 to 8 on corners 1 to 4: volume 0,
+  // status 1, pad 1. Only the z gradient survives, (1/32)^2 / 4 = 2^-12 in size
+  // at every corner, so the 24 squares sum to 8 * 2^-24 = 2^-21 exactly, and
+  // S = 2^-21 + 1. Added to the pad one at a time, each 2^-24 would be lost.
+  const float s = 1.0f / 32.0f;
+  const Hex flat = {{{0, 0, 0}, {s, 0, 0}, {s, s, 0}, {0, s, 0},
+                     {0, 0, 0}, {s, 0, 0}, {s, s, 0}, {0, s, 0}}};
+  const HexOut o = hexahedra({flat}, 406);
+  EXPECT_EQ(o.status[0], 1);
+  EXPECT_EQ(bits(o.work_a[0]), bits(1.0f));
+  EXPECT_EQ(bits(o.lsq[0]), bits(0.5f / (1.0f + 0x1p-21f)));
 }
 
 TEST(Hexahedron, VolumeIsLinearInEachCoordinate) {

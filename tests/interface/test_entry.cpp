@@ -2,9 +2,11 @@
 // two tie-break rules and the handling of null optional pointers.
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cmath>
 #include <limits>
 
+#include "interface/batches.hpp"
 #include "stabletime/pipeline.h"
 #include "stabletime/stabletime.h"
 #include "well_shaped.hpp"
@@ -117,6 +119,26 @@ TEST(PublicEntry, BatchingKeepsEachElementsIncrement) {
       ASSERT_EQ(r.element_code[e], 0);
     }
   }
+}
+
+TEST(PublicEntry, BatchesOfTheLargestCountStayInRange) {
+  // INT_MAX = 16777215 * 128 + 127: as many full batches, then one of 127,
+  // whose start lies within 128 of INT_MAX.
+  long long batches = 0, next = 0;
+  bool contiguous = true;
+  int last_first = -1, last_count = -1;
+  sti::interface::for_each_batch(INT_MAX, [&](int first, int count) {
+    contiguous = contiguous && first == next && count >= 1 && count <= 128;
+    next = static_cast<long long>(first) + count;
+    last_first = first;
+    last_count = count;
+    ++batches;
+  });
+  EXPECT_TRUE(contiguous);
+  EXPECT_EQ(next, INT_MAX);
+  EXPECT_EQ(batches, 16777216);
+  EXPECT_EQ(last_first, 2147483520);
+  EXPECT_EQ(last_count, 127);
 }
 
 TEST(PublicEntry, SoundElementsOfAFailingBatchKeepTheCallersCodes) {

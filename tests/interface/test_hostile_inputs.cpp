@@ -222,6 +222,17 @@ TEST(HostileInputs, NonFiniteAndExtremeCoordinatesInEveryFamily) {
   const sti_test::Result r = sti_test::run(c);
   EXPECT_EQ(r.code, 0);
   EXPECT_TRUE(std::isnan(r.dt[0]));
+
+  // Axisymmetric volume: a NaN passes its clamp and sets no status. Finite
+  // coordinates reach it too: here both products of the signed area overflow
+  // (1e20 * 1e20), and inf - inf is NaN.
+  Call cax = sti_test::well_shaped_call("CAX4R", 1);
+  cax.mesh.nodes = {0, 1e20f, 0, 1e20f, 0, 0, 1e20f, 0, 0, 0, 1e20f, 0};
+  cax.mesh.connectivity = {0, 1, 2, 3};
+  const sti_test::Result a = sti_test::run(cax);
+  EXPECT_EQ(a.code, 0);
+  EXPECT_EQ(a.element_code[0], 0);
+  EXPECT_TRUE(std::isnan(a.dt[0]));
 }
 
 }  // namespace

@@ -16,12 +16,15 @@ struct Classified {
   std::vector<int> status;
 };
 
-// Classifies a batch of `n` elements whose connectivity entry at node k of
-// element e is 100 * (k + 1) + e, with the driver's presets.
-Classified classify(int id, int node_count, int point_count, int n = 2) {
-  Classified c{node_count, 2, point_count, 0, 0, 0, 0, 1, 0, 1.0f, 0.0f, {}, {}, {}};
-  std::vector<int> connectivity(static_cast<size_t>(n * node_count));
-  for (int k = 0; k < node_count; ++k)
+// Classifies a batch of `n` elements whose connectivity entry at position k of
+// element e is 100 * (k + 1) + e (eight positions at least, for lists that read
+// past node_count), with the driver's presets; geom_preset 0 presets node_count.
+Classified classify(int id, int node_count, int point_count, int n = 2, int geom_preset = 0) {
+  Classified c{geom_preset != 0 ? geom_preset : node_count, 2, point_count, 0, 0, 0, 0, 1, 0,
+               1.0f, 0.0f, {}, {}, {}};
+  const int positions = node_count > 8 ? node_count : 8;
+  std::vector<int> connectivity(static_cast<size_t>(n * positions));
+  for (int k = 0; k < positions; ++k)
     for (int e = 0; e < n; ++e) connectivity[e + n * k] = 100 * (k + 1) + e;
   c.expanded.assign(static_cast<size_t>(n * 15), -1);
   c.tri_flag.assign(static_cast<size_t>(n), 0.0f);
@@ -79,18 +82,21 @@ TEST(Classification, RepresentativeRows) {
   EXPECT_EQ(classify(1001, 2, 1).dt_scale, 1.0f);
 }
 
+// Positions in the connectivity row of the first `count` expanded entries:
+// entry k of element e holds 100 * (k + 1) + e, so the position is recoverable.
+std::vector<int> expanded_positions(const Classified& c, int n, int count) {
+  std::vector<int> p;
+  for (int j = 0; j < count; ++j) {
+    const int v0 = c.expanded[static_cast<size_t>(n * j)];
+    const int v1 = c.expanded[static_cast<size_t>(1 + n * j)];
+    EXPECT_EQ(v1, v0 + 1) << "element-fastest with stride " << n;
+    p.push_back(v0 / 100);
+  }
+  return p;
+}
+
 TEST(Classification, ExpandedConnectivityOfRepeatedNodeTypes) {
-  // Entry k of element e holds 100 * (k + 1) + e: the position is recoverable.
-  auto positions = [](const Classified& c, int n) {
-    std::vector<int> p;
-    for (int j = 0; j < c.geom_nodes; ++j) {
-      const int v0 = c.expanded[static_cast<size_t>(n * j)];
-      const int v1 = c.expanded[static_cast<size_t>(1 + n * j)];
-      EXPECT_EQ(v1, v0 + 1) << "element-fastest with stride " << n;
-      p.push_back(v0 / 100);
-    }
-    return p;
-  };
+  auto positions = [](const Classified& c, int n) { return expanded_positions(c, n, c.geom_nodes); };
   EXPECT_EQ(positions(classify(4, 3, 1), 2), (std::vector<int>{1, 2, 3, 1}));
   EXPECT_EQ(positions(classify(43, 6, 2), 2), (std::vector<int>{1, 2, 3, 1, 4, 5, 6, 4}));
   EXPECT_EQ(positions(classify(41, 4, 1), 2), (std::vector<int>{2, 3, 1, 2, 2, 4, 1, 2}));
@@ -98,6 +104,21 @@ TEST(Classification, ExpandedConnectivityOfRepeatedNodeTypes) {
   EXPECT_EQ(positions(classify(6045, 6, 6), 2), (std::vector<int>{1, 2, 3, 1, 4, 5, 6, 4}));
   // Types stored with their own nodes leave the array alone.
   EXPECT_EQ(classify(56, 8, 1).expanded[0], -1);
+}
+
+TEST(Classification, PresetGeometryCountThatDiffersIsExpanded) {
+  // CPS4R's row keeps the preset geometry node count; a preset that differs
+  // from the node count expands every element by the list of the difference,
+  // the whole list whatever the preset.
+  const Classified tri = classify(52, 4, 1, 2, 5);
+  EXPECT_EQ(tri.geom_nodes, 5);
+  EXPECT_EQ(expanded_positions(tri, 2, 4), (std::vector<int>{1, 2, 3, 1}));
+  EXPECT_EQ(tri.expanded[2 * 4], -1) << "a list of four entries writes four";
+  const Classified wedge = classify(52, 4, 1, 2, 6);
+  EXPECT_EQ(expanded_positions(wedge, 2, 8), (std::vector<int>{1, 2, 3, 1, 4, 5, 6, 4}));
+  const Classified tet = classify(52, 4, 1, 3, 7);
+  EXPECT_EQ(expanded_positions(tet, 3, 8), (std::vector<int>{2, 3, 1, 2, 2, 4, 1, 2}));
+  EXPECT_EQ(tet.tri_flag[0], 0.0f);
 }
 
 TEST(Classification, UnknownIdFailsTheBatch) {

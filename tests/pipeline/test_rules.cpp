@@ -159,8 +159,40 @@ TEST(SectionRule, EmptyOrUnknownRulesWriteNoPoints) {
   EXPECT_EQ(unknown.points[2], 9.0f);
   EXPECT_EQ(unknown.points[1], 0.0f);
   EXPECT_EQ(unknown.order, (std::vector<int>{1, 3, 2, -9, -9, -9, -9, -9}));
-  const SectionRule empty = section_rule(0, 0.0f, 1.0f, 3);
-  EXPECT_EQ(empty.points[0], -9.0f);
+}
+
+TEST(SectionRule, CountsBelowOne) {
+  const std::vector<float> untouched(8, -9.0f);
+  const std::vector<int> untouched_order(8, -9);
+  for (int count : {0, -3}) {
+    // Simpson: the first point c - h and nothing else, no test of count.
+    const SectionRule simpson = section_rule(count, 1.0f, 4.0f, 1);
+    EXPECT_EQ(simpson.points[0], -1.0f) << count;
+    EXPECT_EQ(std::vector<float>(simpson.points.begin() + 1, simpson.points.end()),
+              std::vector<float>(7, -9.0f));
+    EXPECT_EQ(simpson.weights, untouched);
+    EXPECT_EQ(simpson.order, untouched_order);
+    EXPECT_EQ(simpson.count, count);
+
+    // Gauss: the seven-point rule on [c - h, c + h] in the first seven entries,
+    // not mirrored and with no order; its weights sum to the width.
+    const SectionRule gauss = section_rule(count, 0.25f, 2.0f, 2);
+    EXPECT_NEAR(gauss.points[0], 0.25f - 0.94910791f, 1e-6f) << count;
+    EXPECT_EQ(gauss.points[3], 0.25f);
+    EXPECT_NEAR(gauss.points[6], 0.25f + 0.94910791f, 1e-6f);
+    float sum = 0.0f;
+    for (int i = 0; i < 7; ++i) sum += gauss.weights[static_cast<size_t>(i)];
+    EXPECT_NEAR(sum, 2.0f, 1e-6f);
+    EXPECT_EQ(gauss.points[7], -9.0f);
+    EXPECT_EQ(gauss.weights[7], -9.0f);
+    EXPECT_EQ(gauss.order, untouched_order);
+
+    // Trapezoid: its last point would lie before the array; nothing is written.
+    const SectionRule trapezoid = section_rule(count, 0.0f, 1.0f, 3);
+    EXPECT_EQ(trapezoid.points, untouched);
+    EXPECT_EQ(trapezoid.weights, untouched);
+    EXPECT_EQ(trapezoid.count, count);
+  }
 }
 
 }  // namespace

@@ -1,0 +1,435 @@
+"""Mesh files into meshes with meshio's layout, with the file's own element
+numbers where it has them. Binary Gmsh 4.1 and inline-binary VTU files are
+read here with numpy (several times faster than meshio, and at a lower peak);
+other Gmsh files go through Gmsh's own reader when python3-gmsh is installed;
+everything else through meshio."""
+import binascii
+import contextlib
+import importlib.util
+import io
+import os
+import re
+import struct
+import zlib
+from concurrent.futures import ThreadPoolExecutor
+from dataclasses import dataclass
+
+import numpy as np
+
+# Gmsh element type number -> meshio cell type, and the permutation from
+# Gmsh's node order to meshio's where they differ.
+_GMSH_TYPES = {1: "line", 2: "triangle", 3: "quad", 4: "tetra", 5: "hexahedron", 6: "wedge",
+               7: "pyramid", 8: "line3", 9: "triangle6", 11: "tetra10", 15: "vertex",
+               16: "quad8"}
+_GMSH_ORDER = {"tetra10": [0, 1, 2, 3, 4, 5, 6, 7, 9, 8]}
+# Integer cell data that other formats use for element numbers.
+_ID_KEYS = ("element_id", "GlobalIds", "ids")
+
+
+@dataclass
+class CellBlock:
+    type: str
+    data: np.ndarray
+
+
+@dataclass
+class Mesh:
+    """The parts of a meshio mesh the command uses, without importing meshio
+    (its import alone takes about a second)."""
+    points: np.ndarray
+    cells: list
+    cell_sets: dict
+    cell_data: dict
+
+
+class ReadError(Exception):
+    """A file that is not a mesh of its format; the message is one line."""
+
+
+@dataclass
+class Loaded:
+    mesh: object  # meshio.Mesh
+    ids: list  # per cell block an int array of element numbers, or None for all
+    numbering: str
+
+
+def read(path):
+    """Binary Gmsh 4.1 and inline-binary VTU files with numpy; other Gmsh files
+    with Gmsh's own reader where installed; everything else, or any file with
+    STABLETIME_READER=meshio, with meshio."""
+    choice = os.environ.get("STABLETIME_READER", "")
+    if path.lower().endswith(".msh") and choice != "meshio":
+        if choice != "gmsh":
+            try:
+                return _read_msh41_binary(path)
+            except _Unsupported:
+                pass
+            except (OSError, ValueError, UnicodeDecodeError, struct.error):
+                raise ReadError("not a valid Gmsh file") from None
+        if importlib.util.find_spec("gmsh") is not None:
+            try:
+                return _read_gmsh(path)
+            except _Unsupported:
+                pass
+    if path.lower().endswith(".vtu") and choice != "meshio":
+        try:
+            return _read_vtu(path)
+        except _Unsupported:
+            pass
+        except (ValueError, KeyError, zlib.error, binascii.Error):
+            raise ReadError("not a valid VTU file") from None
+    return _read_meshio(path)
+
+
+def _read_meshio(path):
+    import meshio
+    chatter = io.StringIO()
+    try:
+        # The readers chat on stdout and stderr, and some exit on a bad file.
+        with contextlib.redirect_stdout(chatter), contextlib.redirect_stderr(chatter):
+            mesh = meshio.read(path)
+    except meshio.ReadError as err:
+        if "Unknown file format" in str(err) or "Could not deduce" in str(err):
+            raise ReadError("unknown mesh format (by its extension)") from None
+        raise ReadError(f"not a valid {_format(path)} file") from None
+    except (Exception, SystemExit):
+        raise ReadError(f"not a valid {_format(path)} file") from None
+    if len(mesh.points) == 0 or not mesh.cells:
+        raise ReadError("the file holds no nodes or no cells")
+    return _with_ids(mesh)
+
+
+def _with_ids(mesh):
+    """The mesh with element numbers from integer cell data where it has them."""
+    ids, numbering = None, "position in the file, counting every cell from 1"
+    for key in _ID_KEYS:
+        arrays = (mesh.cell_data or {}).get(key)
+        if arrays and all(np.asarray(a).dtype.kind in "iu" and len(a) == len(b.data)
+                          for a, b in zip(arrays, mesh.cells)):
+            ids = [np.asarray(a, dtype=np.int64).reshape(-1) for a in arrays]
+            numbering = f"the file's cell data {key}"
+            break
+    return Loaded(mesh, ids, numbering)
+
+
+def _format(path):
+    ext = os.path.splitext(path)[1].lstrip(".").lower()
+    return {"msh": "Gmsh", "vtu": "VTU", "vtk": "VTK", "inp": "input deck"}.get(
+        ext, ext.upper() or "mesh")
+
+
+def _read_gmsh(path):
+    import gmsh
+    gmsh.initialize(["-noenv"], readConfigFiles=False)
+    try:
+        gmsh.option.setNumber("General.Terminal", 0)
+        gmsh.option.setNumber("General.Verbosity", 0)
+        try:
+            gmsh.open(path)
+        except Exception:
+            raise ReadError("not a valid Gmsh file") from None
+        tags, coords, _ = gmsh.model.mesh.getNodes(returnParametricCoord=False)
+        if len(tags) == 0:
+            raise ReadError("the file holds no nodes or no cells")
+        tags = np.asarray(tags, dtype=np.int64)
+        points = np.asarray(coords, dtype=np.float64).reshape(-1, 3)
+        order = np.argsort(tags, kind="stable")
+        tags, points = tags[order], points[order]
+        del order
+        lookup = np.full(int(tags[-1]) + 1, -1, dtype=np.int64)
+        lookup[tags] = np.arange(len(tags))
+        cells, ids, cell_sets, physical, geometrical = [], [], {}, [], []
+        names = {(d, t): gmsh.model.getPhysicalName(d, t)
+                 for d, t in gmsh.model.getPhysicalGroups()}
+        for dim, entity in gmsh.model.getEntities():
+            groups = gmsh.model.getPhysicalGroupsForEntity(dim, entity)
+            types, elem_tags, node_tags = gmsh.model.mesh.getElements(dim, entity)
+            for kind, etags, ntags in zip(types, elem_tags, node_tags):
+                cell_type = _GMSH_TYPES.get(int(kind))
+                if cell_type is None:
+                    raise _Unsupported()
+                count = len(etags)
+                conn = lookup[np.asarray(ntags, dtype=np.int64)].reshape(count, -1)
+                if cell_type in _GMSH_ORDER:
+                    conn = conn[:, _GMSH_ORDER[cell_type]]
+                cells.append((cell_type, conn.astype(np.int32 if len(tags) < 2**31 else
+                                                     np.int64)))
+                ids.append(np.asarray(etags, dtype=np.int64))
+                physical.append(np.full(count, groups[0] if len(groups) else 0, np.int32))
+                geometrical.append(np.full(count, entity, np.int32))
+                for g in groups:
+                    name = names.get((dim, int(g))) or f"physical{int(g)}"
+                    cell_sets.setdefault(name, {})[len(cells) - 1] = count
+    finally:
+        gmsh.finalize()
+    if not cells:
+        raise ReadError("the file holds no nodes or no cells")
+    return _gmsh_loaded(points, cells, ids, cell_sets, physical, geometrical)
+
+
+class _Unsupported(Exception):
+    """A Gmsh file this reader leaves to another (ASCII, other versions)."""
+
+
+def _read_msh41_binary(path):
+    """Binary Gmsh 4.1 files with numpy, element block by element block, so
+    that the peak stays near the size of the result."""
+    with open(path, "rb") as f:
+        if f.readline().strip() != b"$MeshFormat":
+            raise _Unsupported()
+        version, kind, size = f.readline().split()
+        if version != b"4.1" or kind != b"1" or size != b"8":
+            raise _Unsupported()
+        if struct.unpack("<i", f.read(4))[0] != 1:
+            raise _Unsupported()  # other byte order
+        f.readline()
+        names, entity_groups = {}, {}
+        points = tags = None
+        cells, ids, cell_sets, physical, geometrical = [], [], {}, [], []
+        while True:
+            line = f.readline()
+            if not line:
+                break
+            section = line.strip()
+            if section == b"$PhysicalNames":
+                for _ in range(int(f.readline())):
+                    dim, tag, name = f.readline().decode().split(maxsplit=2)
+                    names[(int(dim), int(tag))] = name.strip().strip('"')
+            elif section == b"$Entities":
+                counts = struct.unpack("<4Q", f.read(32))
+                for dim, n in enumerate(counts):
+                    for _ in range(n):
+                        tag = struct.unpack("<i", f.read(4))[0]
+                        f.read(24 if dim == 0 else 48)
+                        n_phys = struct.unpack("<Q", f.read(8))[0]
+                        groups = struct.unpack(f"<{n_phys}i", f.read(4 * n_phys))
+                        entity_groups[(dim, tag)] = groups
+                        if dim > 0:
+                            n_bound = struct.unpack("<Q", f.read(8))[0]
+                            f.read(4 * n_bound)
+            elif section == b"$Nodes":
+                blocks, total, _, max_tag = struct.unpack("<4Q", f.read(32))
+                tags = np.empty(total, dtype=np.int64)
+                points = np.empty((total, 3), dtype=np.float64)
+                at = 0
+                for _ in range(blocks):
+                    _, _, parametric, n = struct.unpack("<3iQ", f.read(20))
+                    if parametric:
+                        raise _Unsupported()
+                    tags[at:at + n] = np.fromfile(f, dtype="<u8", count=n)
+                    points[at:at + n] = np.fromfile(f, dtype="<f8", count=3 * n).reshape(n, 3)
+                    at += n
+                if np.array_equal(tags, np.arange(1, total + 1)):
+                    lookup = None  # tags 1..n in order: index is tag - 1
+                else:
+                    lookup = np.full(int(max_tag) + 1, -1, dtype=np.int64)
+                    lookup[tags] = np.arange(total)
+            elif section == b"$Elements":
+                if tags is None:
+                    raise _Unsupported()
+                blocks = struct.unpack("<4Q", f.read(32))[0]
+                for _ in range(blocks):
+                    dim, entity, kind, n = struct.unpack("<3iQ", f.read(20))
+                    cell_type = _GMSH_TYPES.get(kind)
+                    if cell_type is None:
+                        raise _Unsupported()  # meshio or Gmsh knows more types
+                    k = _NODES_PER_CELL[cell_type]
+                    conn = np.empty((n, k), dtype=np.int32)
+                    etags = np.empty(n, dtype=np.int64)
+                    step = 1 << 18
+                    for s in range(0, n, step):
+                        m = min(step, n - s)
+                        raw = np.fromfile(f, dtype="<u8", count=m * (k + 1))
+                        if raw.size != m * (k + 1):
+                            raise ReadError("the file ends inside $Elements")
+                        raw = raw.reshape(m, k + 1)
+                        etags[s:s + m] = raw[:, 0]
+                        if lookup is None:
+                            part = conn[s:s + m]
+                            np.copyto(part, raw[:, 1:], casting="unsafe")
+                            part -= 1
+                        else:
+                            conn[s:s + m] = lookup[raw[:, 1:].astype(np.int64)]
+                    if cell_type in _GMSH_ORDER:
+                        conn = conn[:, _GMSH_ORDER[cell_type]]
+                    if conn.size and (conn.min() < 0 or conn.max() >= len(tags)):
+                        raise ReadError(f"elements of entity {entity} use nodes the file "
+                                        "does not define")
+                    groups = entity_groups.get((dim, entity), ())
+                    cells.append((cell_type, conn))
+                    ids.append(etags)
+                    physical.append(np.full(n, groups[0] if groups else 0, np.int32))
+                    geometrical.append(np.full(n, entity, np.int32))
+                    for g in groups:
+                        name = names.get((dim, g)) or f"physical{g}"
+                        cell_sets.setdefault(name, {})[len(cells) - 1] = n
+            elif section.startswith(b"$") and not section.startswith(b"$End"):
+                if section in (b"$PartitionedEntities", b"$Periodic", b"$GhostElements"):
+                    raise _Unsupported()
+                end = b"$End" + section[1:]
+                while True:  # skip sections the report does not use
+                    line = f.readline()
+                    if not line:
+                        raise ReadError(f"the file ends inside {section.decode()}")
+                    if line.strip() == end:
+                        break
+    if points is None or not cells:
+        raise ReadError("the file holds no nodes or no cells")
+    return _gmsh_loaded(points, cells, ids, cell_sets, physical, geometrical)
+
+
+def _gmsh_loaded(points, cells, ids, cell_sets, physical, geometrical):
+    sets = {name: [np.arange(parts[i]) if i in parts else np.empty(0, np.int64)
+                   for i in range(len(cells))] for name, parts in cell_sets.items()}
+    mesh = Mesh(points, [CellBlock(t, d) for t, d in cells], sets,
+                {"gmsh:physical": physical, "gmsh:geometrical": geometrical})
+    return Loaded(mesh, ids, "Gmsh element tags")
+
+
+_NODES_PER_CELL = {"line": 2, "triangle": 3, "quad": 4, "tetra": 4, "hexahedron": 8, "wedge": 6,
+                   "pyramid": 5, "line3": 3, "triangle6": 6, "tetra10": 10, "vertex": 1,
+                   "quad8": 8}
+
+
+# VTK cell type -> meshio cell type and node count (the node orders agree).
+_VTK_TYPES = {1: ("vertex", 1), 3: ("line", 2), 5: ("triangle", 3), 9: ("quad", 4),
+              10: ("tetra", 4), 12: ("hexahedron", 8), 13: ("wedge", 6), 14: ("pyramid", 5),
+              21: ("line3", 3), 22: ("triangle6", 6), 23: ("quad8", 8), 24: ("tetra10", 10),
+              25: ("hexahedron20", 20)}
+_VTK_DTYPES = {"Int8": "i1", "UInt8": "u1", "Int16": "i2", "UInt16": "u2", "Int32": "i4",
+               "UInt32": "u4", "Int64": "i8", "UInt64": "u8", "Float32": "f4",
+               "Float64": "f8"}
+
+
+def _attributes(text):
+    return {k.decode(): v.decode() for k, v in re.findall(rb'(\w+)\s*=\s*"([^"]*)"', text)}
+
+
+def _read_vtu(path):
+    """VTU files with inline base64 data, plain or zlib-compressed, decoded
+    with numpy and decompressed on a thread pool (zlib releases the GIL)."""
+    with open(path, "rb") as f:
+        data = f.read()
+    head = re.search(rb"<VTKFile\b([^>]*)>", data[:4096])
+    if head is None:
+        raise ReadError("not a valid VTU file")
+    file_attrs = _attributes(head.group(1))
+    compressor = file_attrs.get("compressor", "")
+    if file_attrs.get("type") != "UnstructuredGrid" or b"<AppendedData" in data or \
+            compressor not in ("", "vtkZLibDataCompressor") or \
+            data.count(b"<Piece") != 1:
+        raise _Unsupported()
+    order = "<" if file_attrs.get("byte_order", "LittleEndian") == "LittleEndian" else ">"
+    header = np.dtype(order + _VTK_DTYPES[file_attrs.get("header_type", "UInt32")])
+    piece = re.search(rb"<Piece\b([^>]*)>", data[:8192])
+    small = piece is not None and \
+        int(_attributes(piece.group(1)).get("NumberOfPoints", 2**31)) < 2**31
+    tags = ((b"<Points", "points"), (b"<Cells", "cells"), (b"<CellData", "cell"),
+            (b"<PointData", "point"), (b"<FieldData", "field"))
+    arrays = {"points": {}, "cells": {}, "cell": {}}
+    view = memoryview(data)
+    section, pos = None, 0
+    with ThreadPoolExecutor(max_workers=os.cpu_count() or 1) as pool:
+        while True:
+            begin = data.find(b"<DataArray", pos)
+            if begin < 0:
+                break
+            gap = data[pos:begin]  # the markup between two arrays: short
+            last = max(((gap.rfind(tag), name) for tag, name in tags), default=(-1, None))
+            if last[0] >= 0:
+                section = last[1]
+            open_end = data.find(b">", begin)
+            stop = data.find(b"</DataArray>", open_end)
+            if open_end < 0 or stop < 0:
+                raise ReadError("not a valid VTU file")
+            pos = stop + len(b"</DataArray>")
+            if section not in arrays:
+                continue
+            attrs = _attributes(data[begin:open_end])
+            if attrs.get("format", "ascii") != "binary":
+                raise _Unsupported()
+            dtype = np.dtype(order + _VTK_DTYPES[attrs["type"]])
+            start = open_end + 1
+            while start < stop and data[start] in b" \t\r\n":
+                start += 1
+            # Node numbers go straight to int32, block by block, where they fit.
+            into = np.dtype(np.int32) if section == "cells" and dtype.kind in "iu" and \
+                attrs.get("Name") == "connectivity" and small else None
+            values = _decode(view[start:stop], dtype, header, bool(compressor), pool, into)
+            components = int(attrs.get("NumberOfComponents", "1"))
+            if components > 1:
+                values = values.reshape(-1, components)
+            arrays[section][attrs.get("Name", "")] = values
+    del view, data
+    points = next(iter(arrays["points"].values()), None)
+    cells = arrays["cells"]
+    if points is None or not {"connectivity", "offsets", "types"} <= set(cells):
+        raise ReadError("the file holds no nodes or no cells")
+    return _vtu_blocks(np.asarray(points, dtype=np.float64), cells["connectivity"],
+                       cells["offsets"], cells["types"], arrays["cell"])
+
+
+def _decode(text, dtype, header, compressed, pool, into=None):
+    """The values of one base64 DataArray, as into (cast) where given."""
+    chars = lambda n: -(-n // 3) * 4  # noqa: E731  base64 characters of n bytes
+    if not compressed:
+        raw = binascii.a2b_base64(text)
+        total = int(np.frombuffer(raw[:header.itemsize], header)[0])
+        if len(raw) == header.itemsize:  # header encoded on its own
+            raw = binascii.a2b_base64(text[chars(header.itemsize):])
+            values = np.frombuffer(raw[:total], dtype)
+        else:
+            values = np.frombuffer(raw[header.itemsize:header.itemsize + total], dtype)
+        return values.astype(into or dtype)
+    first = binascii.a2b_base64(text[:chars(header.itemsize)])[:header.itemsize]
+    blocks = int(np.frombuffer(first, header)[0])
+    head_chars = chars(header.itemsize * (3 + blocks))
+    head = np.frombuffer(binascii.a2b_base64(text[:head_chars]), header)[:3 + blocks]
+    block_size, last_size = int(head[1]), int(head[2])
+    if block_size % dtype.itemsize:
+        raise _Unsupported()
+    sizes = head[3:].astype(np.int64)
+    raw = binascii.a2b_base64(text[head_chars:])
+    ends = np.cumsum(sizes)
+    total = block_size * (blocks - 1) + last_size if blocks else 0
+    out = np.empty(total // dtype.itemsize, dtype=into or dtype)
+    per_block = block_size // dtype.itemsize
+    raw_view = memoryview(raw)
+
+    def inflate(first):
+        for k in range(first, min(first + step, blocks)):
+            piece = np.frombuffer(zlib.decompress(raw_view[int(ends[k] - sizes[k]):int(ends[k])]),
+                                  dtype)
+            out[k * per_block:k * per_block + len(piece)] = piece
+
+    step = max(1, -(-blocks // (4 * (os.cpu_count() or 1))))
+    list(pool.map(inflate, range(0, blocks, step)))
+    return out
+
+
+def _vtu_blocks(points, connectivity, offsets, types, cell_arrays):
+    """Runs of one cell type in file order become cell blocks."""
+    offsets = np.asarray(offsets, dtype=np.int64)
+    types = np.asarray(types, dtype=np.int64)
+    starts = np.concatenate([[0], np.flatnonzero(np.diff(types)) + 1])
+    if len(starts) > 10_000:
+        raise _Unsupported()  # finely mixed types: meshio's grouping
+    ends = np.concatenate([starts[1:], [len(types)]])
+    cells, cell_data = [], {name: [] for name in cell_arrays}
+    for a, b in zip(starts.tolist(), ends.tolist()):
+        kind = _VTK_TYPES.get(int(types[a]))
+        if kind is None:
+            raise _Unsupported()
+        cell_type, k = kind
+        first = int(offsets[a - 1]) if a else 0
+        if int(offsets[b - 1]) - first != (b - a) * k:
+            raise ReadError("cell offsets do not match the cell types")
+        conn = connectivity[first:int(offsets[b - 1])].reshape(b - a, k)
+        if cell_type == "wedge":  # VTK turns the wedge the other way round
+            conn = conn[:, [0, 2, 1, 3, 5, 4]]
+        cells.append(CellBlock(cell_type, conn if conn.dtype.itemsize <= 4 or
+                               len(points) >= 2**31 else conn.astype(np.int32)))
+        for name, values in cell_arrays.items():
+            cell_data[name].append(values[a:b])
+    mesh = Mesh(points, cells, {}, cell_data)
+    return _with_ids(mesh)
