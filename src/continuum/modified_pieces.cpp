@@ -18,14 +18,6 @@ inline constexpr int kCentre = 6;  // the triangle's centre, computed, not store
 // Zero-based nodes of the six-node triangle at the corners of each piece.
 constexpr int kTrianglePieces[3][4] = {{0, 3, kCentre, 5}, {1, 4, kCentre, 3}, {2, 5, kCentre, 4}};
 
-// Zero-based nodes of the fifteen-point tetrahedron at the corners of each
-// piece: the element corner, three mid-side nodes, three face centres and the
-// element centre (node 10), corners 1 to 4 lying in a face of the element.
-constexpr int kTetrahedronPieces[4][8] = {{0, 4, 11, 6, 7, 12, 10, 14},
-                                          {1, 5, 11, 4, 8, 13, 10, 12},
-                                          {2, 6, 11, 5, 9, 14, 10, 13},
-                                          {3, 8, 12, 7, 9, 13, 10, 14}};
-
 }  // namespace
 
 void six_node_triangle_piece(int n, int point_index, float* STI_RESTRICT quad_coords,

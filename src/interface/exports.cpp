@@ -35,7 +35,9 @@ extern "C" STI_EXPORT void sti_ele_elementgeom(
     float* lsq, float* freq, const float* rule_n, const float* rule_dn1, const float* rule_dn2,
     const float* rule_w) {
   (void)geom_node_count;  // an array extent only
-  sti::pipeline::GeometryWork work;
+  float work_a[sti::kBatchCapacity], work_b[sti::kBatchCapacity];
+  sti::pipeline::ShapeWork shape;
+  const sti::pipeline::GeometryWork work{work_a, work_b, &shape};
   sti::pipeline::element_geometry(*batch_count, *point_index, *run_point_count, *section_index,
                                   *elem_type_id, elem_status, *shape_code, *section_skip, *coh_flag,
                                   *freq_flag, tri_flag, coords_g, coords_d, element_mass, thickness,

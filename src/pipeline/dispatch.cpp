@@ -22,40 +22,40 @@ void surface_geometry(int n, int point_index, int run_point_count, Variant varia
                       int* elem_status, int freq_flag, const float* tri_flag, const float* coords_g,
                       const float* coords_d, float* element_mass, const float* thickness,
                       const float* density, float* lsq, float* freq, const float* rule_dn1,
-                      const float* rule_dn2, GeometryWork& w) {
+                      const float* rule_dn2, const GeometryWork& w) {
   shell::surface_frame(n, point_index, run_point_count, rule_dn1, rule_dn2, coords_g,
-                       w.surface.frame);
-  shell::rotate_into_frame(n, coords_g, w.surface.local_g, w.surface.frame);
+                       w.shape->surface.frame);
+  shell::rotate_into_frame(n, coords_g, w.shape->surface.local_g, w.shape->surface.frame);
 
   if (variant == Variant::kContinuumShell) {
-    shell::rotate_into_frame(n, coords_d, w.surface.local_d, w.surface.frame);
-    shell::continuum_shell(n, elem_status, tri_flag, w.surface.local_g, coords_d, w.surface.local_d,
-                           element_mass, thickness, density, lsq);
+    shell::rotate_into_frame(n, coords_d, w.shape->surface.local_d, w.shape->surface.frame);
+    shell::continuum_shell(n, elem_status, tri_flag, w.shape->surface.local_g, coords_d,
+                           w.shape->surface.local_d, element_mass, thickness, density, lsq);
     return;
   }
 
   if (run_point_count == 1) {
-    continuum::plane_quadrilateral(n, elem_status, tri_flag, w.surface.local_g, w.work_a, w.work_b,
-                                   element_mass, thickness, density, lsq);
+    continuum::plane_quadrilateral(n, elem_status, tri_flag, w.shape->surface.local_g, w.work_a,
+                                   w.work_b, element_mass, thickness, density, lsq);
   } else {
     shell::full_membrane(n, elem_status, point_index, tri_flag, rule_dn1, rule_dn2,
-                         w.surface.local_g, w.work_a, w.work_b, element_mass, thickness, density,
-                         lsq);
+                         w.shape->surface.local_g, w.work_a, w.work_b, element_mass, thickness,
+                         density, lsq);
   }
 
   if (variant == Variant::kSmallStrainShell) {
-    shell::small_strain_shell_frequency(n, w.surface.local_g, w.work_a, w.work_b, lsq, tri_flag,
-                                        freq);
+    shell::small_strain_shell_frequency(n, w.shape->surface.local_g, w.work_a, w.work_b, lsq,
+                                        tri_flag, freq);
     return;
   }
 
   if (freq_flag != 1) return;
   if (tri_flag[0] == 1.0f) {
-    shell::triangle_frequency(n, w.surface.local_g, w.work_b, freq);
+    shell::triangle_frequency(n, w.shape->surface.local_g, w.work_b, freq);
   } else {
     const int full_integration = variant == Variant::kFullMembrane ? 1 : 0;
-    shell::quadrilateral_frequency(full_integration, n, w.surface.local_g, w.work_a, w.work_b,
-                                   freq);
+    shell::quadrilateral_frequency(full_integration, n, w.shape->surface.local_g, w.work_a,
+                                   w.work_b, freq);
   }
 }
 
@@ -71,7 +71,7 @@ void element_geometry(int n, int point_index, int run_point_count, int section_i
                       float* STI_RESTRICT lsq, float* STI_RESTRICT freq,
                       const float* STI_RESTRICT rule_n, const float* STI_RESTRICT rule_dn1,
                       const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT rule_w,
-                      GeometryWork& w) {
+                      const GeometryWork& w) {
   if (section_skip != 0) {
     if (section_index == 1) fail_all(n, elem_status, 5);
     return;
@@ -104,21 +104,21 @@ void element_geometry(int n, int point_index, int run_point_count, int section_i
         continuum::hexahedron_face_area(n, elem_type_id, coords_g, freq, w.work_a, w.work_b);
       break;
     case 0x360B:  // modified ten-node tetrahedron, one sub-hexahedron per point
-      continuum::ten_node_tetrahedron_piece(n, point_index, w.hex_coords, coords_g);
-      continuum::hexahedron(n, elem_status, w.hex_coords, w.work_a, w.work_b, element_mass, density,
-                            lsq);
+      // The point's sub-hexahedron, read in place from the fifteen points.
+      continuum::ten_node_piece(n, point_index, elem_status, coords_g, w.work_a, w.work_b,
+                                element_mass, density, lsq);
       if (freq_flag == 1)
-        continuum::tetrahedron_piece_face_area(n, point_index, w.hex_coords, freq, w.work_a);
+        continuum::ten_node_piece_face_area(n, point_index, coords_g, freq, w.work_a);
       break;
     case 0x6307:  // modified six-node axisymmetric triangle, one quadrilateral per point
-      continuum::six_node_triangle_piece(n, point_index, w.quad_coords, coords_g);
-      continuum::axisymmetric_quadrilateral(n, elem_status, tri_flag, w.quad_coords, element_mass,
-                                            density, lsq);
+      continuum::six_node_triangle_piece(n, point_index, w.shape->quad_coords, coords_g);
+      continuum::axisymmetric_quadrilateral(n, elem_status, tri_flag, w.shape->quad_coords,
+                                            element_mass, density, lsq);
       break;
     case 0x2307:  // modified six-node plane triangle, one quadrilateral per point
-      continuum::six_node_triangle_piece(n, point_index, w.quad_coords, coords_g);
-      continuum::plane_quadrilateral(n, elem_status, tri_flag, w.quad_coords, w.work_a, w.work_b,
-                                     element_mass, thickness, density, lsq);
+      continuum::six_node_triangle_piece(n, point_index, w.shape->quad_coords, coords_g);
+      continuum::plane_quadrilateral(n, elem_status, tri_flag, w.shape->quad_coords, w.work_a,
+                                     w.work_b, element_mass, thickness, density, lsq);
       break;
     case 0x3202:  // three-dimensional truss
       two_node_line_measure<3>(n, elem_status, coords_g, *section_area, density, element_mass, lsq);
@@ -127,8 +127,8 @@ void element_geometry(int n, int point_index, int run_point_count, int section_i
       two_node_line_measure<2>(n, elem_status, coords_g, *section_area, density, element_mass, lsq);
       break;
     case 0x6202:  // axisymmetric shell
-      shell::axisymmetric_shell(n, elem_status, coords_g, w.local_line, element_mass, thickness,
-                                density, lsq);
+      shell::axisymmetric_shell(n, elem_status, coords_g, w.shape->local_line, element_mass,
+                                thickness, density, lsq);
       break;
     case 0x3404:
       surface_geometry(n, point_index, run_point_count, variant, elem_status, freq_flag, tri_flag,
@@ -136,19 +136,21 @@ void element_geometry(int n, int point_index, int run_point_count, int section_i
                        rule_dn2, w);
       break;
     case 0x1203C08:  // solid cohesive elements
-      cohesive::cohesive_frame(n, point_index, rule_dn1, rule_dn2, coords_g, w.surface.frame,
-                               w.surface.cohesive.work_a, w.surface.cohesive.work_b);
-      shell::rotate_into_frame(n, coords_g, w.surface.local_g, w.surface.frame);
+      cohesive::cohesive_frame(n, point_index, rule_dn1, rule_dn2, coords_g, w.shape->surface.frame,
+                               w.shape->surface.cohesive.work_a, w.shape->surface.cohesive.work_b);
+      shell::rotate_into_frame(n, coords_g, w.shape->surface.local_g, w.shape->surface.frame);
       if (variant == Variant::kEightNodeCohesive)
-        cohesive::eight_node_cohesive(coh_flag, n, point_index, elem_status, rule_n, rule_dn1,
-                                      rule_dn2, w.surface.frame, w.surface.cohesive.work_a,
-                                      w.surface.cohesive.work_b, coords_g, w.surface.local_g,
-                                      coords_d, element_mass, thickness, density, lsq);
+        cohesive::eight_node_cohesive(
+            coh_flag, n, point_index, elem_status, rule_n, rule_dn1, rule_dn2,
+            w.shape->surface.frame, w.shape->surface.cohesive.work_a,
+            w.shape->surface.cohesive.work_b, coords_g, w.shape->surface.local_g, coords_d,
+            element_mass, thickness, density, lsq);
       else
-        cohesive::six_node_cohesive(coh_flag, n, point_index, elem_status, rule_n, rule_dn1,
-                                    rule_dn2, rule_w, w.surface.frame, w.surface.cohesive.work_a,
-                                    w.surface.cohesive.work_b, coords_g, w.surface.local_g,
-                                    coords_d, element_mass, thickness, density, lsq);
+        cohesive::six_node_cohesive(
+            coh_flag, n, point_index, elem_status, rule_n, rule_dn1, rule_dn2, rule_w,
+            w.shape->surface.frame, w.shape->surface.cohesive.work_a,
+            w.shape->surface.cohesive.work_b, coords_g, w.shape->surface.local_g, coords_d,
+            element_mass, thickness, density, lsq);
       break;
     case 0x1202404:  // planar and axisymmetric cohesive elements
       if (variant == Variant::kPlaneCohesive)

@@ -12,26 +12,39 @@
 namespace sti::pipeline {
 namespace {
 
-constexpr int kMaxGeomNodes = 15;      // ten-node tetrahedron with its five derived points
-constexpr int kMaxPairedNodes = 8;     // nodes of the types that a directional gather reads
-constexpr int kMaxPairPoints = 4;      // mid-surface points of a directional gather
-constexpr int kMaxExpandedNodes = 8;   // wedge or tetrahedron stored as a hexahedron
+constexpr int kTenNodePoints = 15;    // ten-node tetrahedron with its five derived points
+constexpr int kMaxGatheredNodes = 8;  // any other type, repeated nodes included
+constexpr int kPairPoints = 4;        // mid-surface points of a directional gather
+constexpr int kMaxExpandedNodes = 8;  // wedge or tetrahedron stored as a hexahedron
 constexpr int kFreqColumns = 5;
 constexpr int kRuleEntries = 88;
 constexpr int kRuleWeights = 8;
 
-// Driver working arrays, sized for a full batch; element-fastest, stride
-// batch_count. The gathered coordinates hold the fifteen points of a ten-node
-// tetrahedron, or at most eight nodes (or four mid-surface points) followed by
-// the four half differences of a directional gather; no type needs both. The
-// expanded connectivity is read only by the gather, before the point loop
-// needs the geometry work arrays, so the two share their storage.
-struct BatchWork {
-  float coords[kBatchCapacity * kMaxGeomNodes * 3];
+// Gathered coordinates of every type but the ten-node tetrahedron: at most
+// eight nodes, or four mid-surface points followed by their four half
+// differences; then the shape's own geometry arrays. The expanded connectivity
+// is read only by the gather, before the point loop needs those arrays, so the
+// two share their storage.
+struct GatheredWork {
+  float coords[kBatchCapacity * kMaxGatheredNodes * 3];
   union {
     int expanded_connectivity[kBatchCapacity * kMaxExpandedNodes];
-    GeometryWork geometry;
+    ShapeWork shape;
   };
+};
+static_assert(2 * kPairPoints * 3 <= kMaxGatheredNodes * 3);
+
+// Driver working arrays, sized for a full batch; element-fastest, stride
+// batch_count. The ten-node tetrahedron's fifteen points need no shape arrays
+// (its pieces are read in place), so they share their storage with the
+// other types' coordinates and shape arrays.
+struct BatchWork {
+  union {
+    float ten_node_coords[kBatchCapacity * kTenNodePoints * 3];
+    GatheredWork gathered;
+  };
+  float work_a[kBatchCapacity];
+  float work_b[kBatchCapacity];
   float tri_flag[kBatchCapacity];
   float element_mass[kBatchCapacity];
   float lsq[kBatchCapacity];
@@ -45,11 +58,7 @@ struct BatchWork {
   float rule_dn1[kRuleEntries];
   float rule_dn2[kRuleEntries];
   float rule_w[kRuleWeights];
-
-  float* coords_g() { return coords; }
-  float* coords_d() { return coords + kBatchCapacity * kMaxPairedNodes * 3; }
 };
-static_assert(kMaxPairedNodes * 3 + kMaxPairPoints * 3 <= kMaxGeomNodes * 3);
 
 // stable_time[e] = min(stable_time[e], point_dt[e] * dt_scale), read in the
 // written order: a NaN on either side gives way to the scaled point value.
@@ -108,7 +117,7 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
   call_status = 0;
   classify(n, node_count, geom_node_count, ndim, run_point_count, elem_type_id, unsupported,
            plane_stress_flag, uniaxial_flag, shape_code, elem_class, connectivity,
-           w.expanded_connectivity, elem_status, freq_flag, dt_scale, bulk_b1, w.tri_flag);
+           w.gathered.expanded_connectivity, elem_status, freq_flag, dt_scale, bulk_b1, w.tri_flag);
 
   // 5. A type without a classification fails the whole batch.
   if (unsupported != 0) {
@@ -123,22 +132,26 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
   full_integration_rule(rule_kind, rule_family, rule_nodes, point_count, w.rule_n, w.rule_dn1,
                         w.rule_dn2, w.rule_w);
 
-  // 8. Gather.
+  // 8. Gather, into the place of this type's coordinates. A directional
+  //    gather's half differences follow its four points.
+  float* coords_g = type->gather == Gather::kTenNode ? w.ten_node_coords : w.gathered.coords;
+  float* coords_d = w.gathered.coords + kBatchCapacity * kPairPoints * 3;
+  const GeometryWork geometry{w.work_a, w.work_b, &w.gathered.shape};
   const int* geometry_connectivity =
-      geom_node_count == node_count ? connectivity : w.expanded_connectivity;
+      geom_node_count == node_count ? connectivity : w.gathered.expanded_connectivity;
   if (type->gather == Gather::kSolidPairs) {
     const int direction = 3;
-    gather_solid_pairs(n, ndim, coord_stride, direction, geometry_connectivity, w.coords_g(),
-                       w.coords_d(), node_coords);
+    gather_solid_pairs(n, ndim, coord_stride, direction, geometry_connectivity, coords_g, coords_d,
+                       node_coords);
   } else if (type->gather == Gather::kPlanarPairs) {
     const int direction = 2;
-    gather_planar_pairs(n, ndim, coord_stride, direction, connectivity, w.coords_g(), w.coords_d(),
+    gather_planar_pairs(n, ndim, coord_stride, direction, connectivity, coords_g, coords_d,
                         node_coords);
   } else if (type->gather == Gather::kTenNode) {
-    gather_tet10(n, coord_stride, connectivity, w.coords_g(), node_coords);
+    gather_tet10(n, coord_stride, connectivity, coords_g, node_coords);
   } else {
     const int value_count = n * geom_node_count;
-    gather(value_count, ndim, coord_stride, geometry_connectivity, w.coords_g(), node_coords);
+    gather(value_count, ndim, coord_stride, geometry_connectivity, coords_g, node_coords);
   }
 
   // 9. The loop of the driver class.
@@ -171,11 +184,11 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
     const float modulus_scale = elem_class == 1 && uniaxial_flag != 0 ? section_area : unit_scale;
     for (int section_index = 1; section_index <= sections; ++section_index) {
       for (int point_index = 1; point_index <= run_point_count; ++point_index) {
-        element_geometry(n, point_index, run_point_count, section_index, elem_type_id,
-                         elem_status, shape_code, section_skip[section_index - 1], coh_flag,
-                         freq_flag, w.tri_flag, w.coords_g(), w.coords_d(), w.element_mass, thick,
-                         &coh_value, &section_area, density, w.lsq, w.freq, w.rule_n,
-                         w.rule_dn1, w.rule_dn2, w.rule_w, w.geometry);
+        element_geometry(n, point_index, run_point_count, section_index, elem_type_id, elem_status,
+                         shape_code, section_skip[section_index - 1], coh_flag, freq_flag,
+                         w.tri_flag, coords_g, coords_d, w.element_mass, thick, &coh_value,
+                         &section_area, density, w.lsq, w.freq, w.rule_n, w.rule_dn1, w.rule_dn2,
+                         w.rule_w, geometry);
         moduli_of_point(point_index, material_code[section_index - 1], modulus_scale);
         const bool first = section_index == 1 && point_index == 1;
         material::element_dt(n, plane_stress_flag, elem_status, freq_flag, alpha_damping,
@@ -187,7 +200,7 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
   } else if (elem_class == 3) {
     // Beams: every point, the first too, through point_dt and dt_scale.
     for (int point_index = 1; point_index <= run_point_count; ++point_index) {
-      beam::beam_geometry(n, point_index, elem_status, shape_code, w.coords_g(), w.element_mass,
+      beam::beam_geometry(n, point_index, elem_status, shape_code, coords_g, w.element_mass,
                           section_area, density, w.lsq);
       moduli_of_point(point_index, material_code[0], section_area);
       material::element_dt(n, plane_stress_flag, elem_status, freq_flag, alpha_damping,
@@ -197,7 +210,7 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
     }
   } else if (elem_class == 4) {
     // Acoustic: no point loop and no moduli.
-    acoustic::element_length(n, elem_status, shape_code, w.tri_flag, w.coords_g(), w.element_mass,
+    acoustic::element_length(n, elem_status, shape_code, w.tri_flag, coords_g, w.element_mass,
                              w.lsq);
     acoustic::increment(n, elem_status, density, w.lsq, stable_time, material_props);
   }

@@ -20,15 +20,16 @@ struct SurfaceWork {
     CohesiveFrameTerms cohesive;            // solid cohesive elements
   };
 };
+union ShapeWork {
+  float quad_coords[kBatchCapacity * 4 * 2];  // six-node triangles: the point's quadrilateral
+  float local_line[kBatchCapacity * 2 * 2];   // axisymmetric shells
+  SurfaceWork surface;                        // membranes, shells, cohesive solids
+};
+// Where the caller keeps them.
 struct GeometryWork {
-  float work_a[kBatchCapacity];  // padded area or volume
-  float work_b[kBatchCapacity];  // its guarded reciprocal
-  union {
-    float quad_coords[kBatchCapacity * 4 * 2];  // six-node triangles: the point's quadrilateral
-    float hex_coords[kBatchCapacity * 8 * 3];   // ten-node tetrahedra: the point's hexahedron
-    float local_line[kBatchCapacity * 2 * 2];   // axisymmetric shells
-    SurfaceWork surface;                        // membranes, shells, cohesive solids
-  };
+  float* work_a;     // padded area or volume
+  float* work_b;     // its guarded reciprocal
+  ShapeWork* shape;  // the shape's own arrays
 };
 
 void classify(int n, int node_count, int& geom_node_count, int& ndim, int& run_point_count,
@@ -68,7 +69,7 @@ void element_geometry(int n, int point_index, int run_point_count, int section_i
                       float* STI_RESTRICT lsq, float* STI_RESTRICT freq,
                       const float* STI_RESTRICT rule_n, const float* STI_RESTRICT rule_dn1,
                       const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT rule_w,
-                      GeometryWork& work);
+                      const GeometryWork& work);
 
 void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem_status,
                int point_count, int section_count, int node_count,
