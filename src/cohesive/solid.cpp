@@ -64,7 +64,7 @@ struct Wedge {
 
 // Elements of one block: the routine's columns hold this many, so that its
 // stack stays small while each loop still runs over a vector's worth.
-constexpr int kBlock = 32;
+constexpr int kBlock = 16;
 using Column = float[kBlock];
 
 // One block of `count` elements. Every batch array is given at the block's
