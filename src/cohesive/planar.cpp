@@ -14,7 +14,6 @@
 namespace sti::cohesive {
 namespace {
 
-constexpr float kOneSixth = std::bit_cast<float>(0x3E2AAAABu);  // 0.16666667
 
 enum class Planar { kPlane, kAxisymmetric };
 

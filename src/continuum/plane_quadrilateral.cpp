@@ -11,7 +11,6 @@
 namespace sti::continuum {
 
 namespace {
-inline constexpr float kSixth = std::bit_cast<float>(0x3E2AAAABu);         // 0.16666667
 inline constexpr float kTwentyFourth = std::bit_cast<float>(0x3D2AAAABu);  // 0.041666668
 }  // namespace
 
@@ -43,7 +42,7 @@ void plane_quadrilateral(int n, int* STI_RESTRICT elem_status, const float* STI_
     // Gradient of the area by x1, y1, x2, y2; nodes 3 and 4 carry the negatives.
     const float u1 = c * 0.5f, u2 = b * -0.5f, u3 = d * 0.5f, u4 = a * 0.5f;
     const float s = p + u1 * u1 + u2 * u2 + u3 * u3 + u4 * u4 - f * (u1 * u3 + u2 * u4);
-    lsq[e] = (kSixth * f + 0.5f) * padded / s;
+    lsq[e] = (kOneSixth * f + 0.5f) * padded / s;
   }
 }
 

@@ -12,7 +12,6 @@
 namespace sti::shell {
 
 namespace {
-inline constexpr float kSixth = std::bit_cast<float>(0x3E2AAAABu);      // 0.16666667
 inline constexpr float kThinLimit = std::bit_cast<float>(0x358637BDu);  // 1.0e-6
 
 inline float global_length(const float* d, int n, int e, int k) {
@@ -45,7 +44,7 @@ void continuum_shell(int n, int* STI_RESTRICT elem_status, const float* STI_REST
 
     const float e1 = 0.5f * y24, e2 = -0.5f * x24, e3 = 0.5f * y31, e4 = 0.5f * x13;
     const float w = g + e1 * e1 + e2 * e2 + e3 * e3 + e4 * e4 - tri * (e1 * e3 + e2 * e4);
-    const float l = (tri * kSixth + 0.5f) * padded / w;
+    const float l = (tri * kOneSixth + 0.5f) * padded / w;
     lsq[e] = l;
 
     // Thinness, on the half-thickness vectors in three dimensions: the
