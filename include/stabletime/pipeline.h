@@ -5,6 +5,13 @@
  * of element e, all from 0, stands at e + batch_count * (k + K * c) for an
  * array of K nodes. Connectivity handed to the pipeline is one-based.
  *
+ * No overlap: the arrays given to one call must be separate blocks wherever
+ * the routine writes one of them. No output may share memory with an input
+ * or with another output (nothing is computed in place: rotate into a fresh
+ * array, for instance); inputs that are only read may be the same array. The
+ * routines are compiled on that assumption (every array pointer restrict), so
+ * an overlap gives undefined results.
+ *
  * Internal element statuses (elem_status):
  *   0 fine, 1 zero length or non-positive measure of a line, beam,
  *   axisymmetric, hexahedral or cohesive element, 2 non-positive area of a

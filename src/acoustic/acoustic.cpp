@@ -5,7 +5,8 @@
 #include <cmath>
 
 #include "common/numerics.hpp"
-#include "stabletime/pipeline.h"
+#include "continuum/continuum.hpp"
+#include "acoustic/acoustic.hpp"
 
 namespace sti::acoustic {
 
@@ -17,18 +18,21 @@ inline constexpr float kSafetyFactor = 0.9f;
 inline constexpr float kLargeDamping = 200.0f;
 }  // namespace
 
-void element_length(int n, int* elem_status, int shape_code, const float* tri_flag,
-                    const float* coords_g, float* element_mass, float* lsq) {
+void element_length(int n, int* STI_RESTRICT elem_status, int shape_code,
+                    const float* STI_RESTRICT tri_flag, const float* STI_RESTRICT coords_g,
+                    float* STI_RESTRICT element_mass, float* STI_RESTRICT lsq) {
   float unit_values[kBatchCapacity];
   float work_a[kBatchCapacity], work_b[kBatchCapacity];
   for (int e = 0; e < n; ++e) unit_values[e] = 1.0f;
   if (shape_code == kPlanar) {
-    sti_ope_c2dq4geom(&n, elem_status, tri_flag, coords_g, work_a, work_b, element_mass,
-                      unit_values, unit_values, lsq);
+    continuum::plane_quadrilateral(n, elem_status, tri_flag, coords_g, work_a, work_b,
+                                   element_mass, unit_values, unit_values, lsq);
   } else if (shape_code == kAxisymmetric) {
-    sti_ope_caxq4geom(&n, elem_status, tri_flag, coords_g, element_mass, unit_values, lsq);
+    continuum::axisymmetric_quadrilateral(n, elem_status, tri_flag, coords_g, element_mass,
+                                          unit_values, lsq);
   } else if (shape_code == kSolid) {
-    sti_ope_c3dh8geom(&n, elem_status, coords_g, work_a, work_b, element_mass, unit_values, lsq);
+    continuum::hexahedron(n, elem_status, coords_g, work_a, work_b, element_mass, unit_values,
+                          lsq);
   } else {
     for (int e = 0; e < n; ++e) elem_status[e] = 4;
   }
@@ -36,8 +40,9 @@ void element_length(int n, int* elem_status, int shape_code, const float* tri_fl
   for (int e = 0; e < n; ++e) lsq[e] = std::sqrt(lsq[e] * element_mass[e]);
 }
 
-void increment(int n, int* elem_status, const float* density, const float* lsq,
-               float* stable_time, const float* material_props) {
+void increment(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT density,
+               const float* STI_RESTRICT lsq, float* STI_RESTRICT stable_time,
+               const float* STI_RESTRICT material_props) {
   const float bulk = material_props[0];
   const float damping = material_props[1];
   const float k_pad = bulk > kSmallestNormal ? 0.0f : 1.0f;
@@ -58,19 +63,3 @@ void increment(int n, int* elem_status, const float* density, const float* lsq,
 }
 
 }  // namespace sti::acoustic
-
-extern "C" STI_EXPORT void sti_ele_acelementgeom(const int* batch_count,
-                                                 const int* /*geom_node_count*/,
-                                                 int* elem_status, const int* shape_code,
-                                                 const float* tri_flag, const float* coords_g,
-                                                 float* element_mass, float* lsq) {
-  sti::acoustic::element_length(*batch_count, elem_status, *shape_code, tri_flag, coords_g,
-                                element_mass, lsq);
-}
-
-extern "C" STI_EXPORT void sti_ope_acousticelemdt(const int* batch_count, int* elem_status,
-                                                  const float* density, const float* lsq,
-                                                  float* stable_time,
-                                                  const float* material_props) {
-  sti::acoustic::increment(*batch_count, elem_status, density, lsq, stable_time, material_props);
-}

@@ -5,11 +5,14 @@
 #include "common/line_measure.hpp"
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "beam/beam.hpp"
 
 namespace sti::beam {
 namespace {
 
 constexpr float kGaussAbscissa[2] = {-kInvSqrt3, kInvSqrt3};
+
+}  // namespace
 
 // Three-node beam, middle node second: the tangent of the quadratic
 // interpolation at the point's abscissa g, component by component,
@@ -17,9 +20,10 @@ constexpr float kGaussAbscissa[2] = {-kInvSqrt3, kInvSqrt3};
 // with the first product in single precision and the half difference and the
 // sum in double, rounded to single before squaring. L = 2 |J|, as s + s.
 template <int Dim>
-void three_node_measure(int n, int point_index, int* elem_status, const float* coords,
-                        float section_area, float* element_mass, const float* density,
-                        float* lsq) {
+void three_node_measure(int n, int point_index, int* STI_RESTRICT elem_status,
+                        const float* STI_RESTRICT coords, float section_area,
+                        float* STI_RESTRICT element_mass, const float* STI_RESTRICT density,
+                        float* STI_RESTRICT lsq) {
   constexpr int K = 3;
   const float g = kGaussAbscissa[point_index == 2 ? 1 : 0];
   for (int e = 0; e < n; ++e) {
@@ -43,8 +47,9 @@ void three_node_measure(int n, int point_index, int* elem_status, const float* c
   }
 }
 
-void beam_geometry(int n, int point_index, int* elem_status, int shape_code, const float* coords,
-                   float* element_mass, float section_area, const float* density, float* lsq) {
+void beam_geometry(int n, int point_index, int* STI_RESTRICT elem_status, int shape_code,
+                   const float* STI_RESTRICT coords, float* STI_RESTRICT element_mass,
+                   float section_area, const float* STI_RESTRICT density, float* STI_RESTRICT lsq) {
   switch (shape_code) {
     case 0x3202:
       two_node_line_measure<3>(n, elem_status, coords, section_area, density, element_mass, lsq);
@@ -65,47 +70,13 @@ void beam_geometry(int n, int point_index, int* elem_status, int shape_code, con
   }
 }
 
-}  // namespace
 }  // namespace sti::beam
 
-extern "C" STI_EXPORT void sti_ope_beamelementgeom(const int* batch_count, const int* point_index,
-                                                   const int* node_count, int* elem_status,
-                                                   const int* shape_code, const float* coords,
-                                                   float* element_mass, const float* section_area,
-                                                   const float* density, float* lsq) {
-  (void)node_count;  // an array extent only
-  sti::beam::beam_geometry(*batch_count, *point_index, elem_status, *shape_code, coords,
-                           element_mass, *section_area, density, lsq);
-}
+namespace sti::beam {
 
-extern "C" STI_EXPORT void sti_ope_b2dl2geom(const int* batch_count, int* elem_status,
-                                             const float* coords, const float* section_area,
-                                             float* element_mass, const float* density,
-                                             float* lsq) {
-  sti::two_node_line_measure<2>(*batch_count, elem_status, coords, *section_area, density,
-                                element_mass, lsq);
-}
+template void three_node_measure<2>(int, int, int*, const float*, float, float*, const float*,
+                                    float*);
+template void three_node_measure<3>(int, int, int*, const float*, float, float*, const float*,
+                                    float*);
 
-extern "C" STI_EXPORT void sti_ope_b3dl2geom(const int* batch_count, int* elem_status,
-                                             const float* coords, const float* section_area,
-                                             float* element_mass, const float* density,
-                                             float* lsq) {
-  sti::two_node_line_measure<3>(*batch_count, elem_status, coords, *section_area, density,
-                                element_mass, lsq);
-}
-
-extern "C" STI_EXPORT void sti_ope_b2dl3geom(const int* batch_count, const int* point_index,
-                                             int* elem_status, const float* coords,
-                                             const float* section_area, float* element_mass,
-                                             const float* density, float* lsq) {
-  sti::beam::three_node_measure<2>(*batch_count, *point_index, elem_status, coords,
-                                   *section_area, element_mass, density, lsq);
-}
-
-extern "C" STI_EXPORT void sti_ope_b3dl3geom(const int* batch_count, const int* point_index,
-                                             int* elem_status, const float* coords,
-                                             const float* section_area, float* element_mass,
-                                             const float* density, float* lsq) {
-  sti::beam::three_node_measure<3>(*batch_count, *point_index, elem_status, coords,
-                                   *section_area, element_mass, density, lsq);
-}
+}  // namespace sti::beam

@@ -5,14 +5,19 @@
 // turning of the normal. Every guard here is non-strict.
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "cohesive/cohesive.hpp"
 
 namespace sti::cohesive {
 namespace {
 
 constexpr int kPoints = 4;  // mid-surface points of the element
 
-void cohesive_frame(int n, int point_index, const float* rule_dn1, const float* rule_dn2,
-                    const float* coords_g, float* frame, float* work_a, float* work_b) {
+}  // namespace
+
+void cohesive_frame(int n, int point_index, const float* STI_RESTRICT rule_dn1,
+                    const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT coords_g,
+                    float* STI_RESTRICT frame, float* STI_RESTRICT work_a,
+                    float* STI_RESTRICT work_b) {
   const float* d1 = rule_dn1 + kPoints * (point_index - 1);
   const float* d2 = rule_dn2 + kPoints * (point_index - 1);
   auto x = [&](int e, int k, int c) { return coords_g[at(n, kPoints, e, k, c)]; };
@@ -39,15 +44,4 @@ void cohesive_frame(int n, int point_index, const float* rule_dn1, const float* 
   }
 }
 
-}  // namespace
 }  // namespace sti::cohesive
-
-extern "C" STI_EXPORT void sti_ope_coh3d8normal(const int* batch_count, const int* point_index,
-                                                const int* run_point_count,
-                                                const float* rule_dn1, const float* rule_dn2,
-                                                const float* coords_g, float* frame,
-                                                float* cohesive_work_a, float* cohesive_work_b) {
-  (void)run_point_count;  // an array extent only
-  sti::cohesive::cohesive_frame(*batch_count, *point_index, rule_dn1, rule_dn2, coords_g, frame,
-                                cohesive_work_a, cohesive_work_b);
-}

@@ -9,11 +9,11 @@
 
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "cohesive/cohesive.hpp"
 
 namespace sti::cohesive {
 namespace {
 
-constexpr float kOneSixth = std::bit_cast<float>(0x3E2AAAABu);  // 0.16666667
 
 enum class Planar { kPlane, kAxisymmetric };
 
@@ -96,28 +96,28 @@ void planar_cohesive(int coh_flag, int n, int point_index, int* elem_status, con
 }  // namespace
 }  // namespace sti::cohesive
 
-extern "C" STI_EXPORT void sti_ope_coh2dgeom(const int* coh_flag, const int* batch_count,
-                                             const int* point_index, const int* run_point_count,
-                                             int* elem_status, const float* rule_n,
-                                             const float* rule_dn1, const float* coh_value,
-                                             const float* coords_g, const float* coords_d,
-                                             float* element_mass, const float* thickness,
-                                             const float* density, float* lsq) {
-  (void)run_point_count;  // an array extent only
-  sti::cohesive::planar_cohesive<sti::cohesive::Planar::kPlane>(
-      *coh_flag, *batch_count, *point_index, elem_status, rule_n, rule_dn1, *coh_value, coords_g,
-      coords_d, element_mass, thickness, density, lsq);
+namespace sti::cohesive {
+
+void plane_cohesive(int coh_flag, int n, int point_index, int* STI_RESTRICT elem_status,
+                    const float* STI_RESTRICT rule_n, const float* STI_RESTRICT rule_dn1,
+                    float coh_value, const float* STI_RESTRICT coords_g,
+                    const float* STI_RESTRICT coords_d, float* STI_RESTRICT element_mass,
+                    const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
+                    float* STI_RESTRICT lsq) {
+  planar_cohesive<Planar::kPlane>(coh_flag, n, point_index, elem_status, rule_n, rule_dn1,
+                                  coh_value, coords_g, coords_d, element_mass, thickness, density,
+                                  lsq);
 }
 
-extern "C" STI_EXPORT void sti_ope_cohaxgeom(const int* coh_flag, const int* batch_count,
-                                             const int* point_index, const int* run_point_count,
-                                             int* elem_status, const float* rule_n,
-                                             const float* rule_dn1, const float* coh_value,
-                                             const float* coords_g, const float* coords_d,
-                                             float* element_mass, const float* thickness,
-                                             const float* density, float* lsq) {
-  (void)run_point_count;  // an array extent only
-  sti::cohesive::planar_cohesive<sti::cohesive::Planar::kAxisymmetric>(
-      *coh_flag, *batch_count, *point_index, elem_status, rule_n, rule_dn1, *coh_value, coords_g,
-      coords_d, element_mass, thickness, density, lsq);
+void axisymmetric_cohesive(int coh_flag, int n, int point_index, int* STI_RESTRICT elem_status,
+                           const float* STI_RESTRICT rule_n, const float* STI_RESTRICT rule_dn1,
+                           float coh_value, const float* STI_RESTRICT coords_g,
+                           const float* STI_RESTRICT coords_d, float* STI_RESTRICT element_mass,
+                           const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
+                           float* STI_RESTRICT lsq) {
+  planar_cohesive<Planar::kAxisymmetric>(coh_flag, n, point_index, elem_status, rule_n,
+                                         rule_dn1, coh_value, coords_g, coords_d, element_mass,
+                                         thickness, density, lsq);
 }
+
+}  // namespace sti::cohesive

@@ -10,6 +10,7 @@
 
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "cohesive/cohesive.hpp"
 
 namespace sti::cohesive {
 namespace {
@@ -61,15 +62,20 @@ struct Wedge {
   }
 };
 
-using Column = float[kBatchCapacity];
+// Elements of one block: the routine's columns hold this many, so that its
+// stack stays small while each loop still runs over a vector's worth.
+constexpr int kBlock = 16;
+using Column = float[kBlock];
 
+// One block of `count` elements. Every batch array is given at the block's
+// first element and keeps the batch's stride n.
 template <class Shape>
-void solid_cohesive(int coh_flag, int n, int point_index, int* elem_status, const float* rule_n,
-                    const float* rule_dn1, const float* rule_dn2, const float* rule_w,
-                    const float* frame, const float* work_a, const float* work_b,
-                    const float* coords_g, const float* local_g, const float* coords_d,
-                    float* element_mass, const float* thickness, const float* density,
-                    float* lsq) {
+void solid_cohesive_block(int coh_flag, int n, int count, int point_index, int* elem_status,
+                          const float* rule_n, const float* rule_dn1, const float* rule_dn2,
+                          const float* rule_w, const float* frame, const float* work_a,
+                          const float* work_b, const float* coords_g, const float* local_g,
+                          const float* coords_d, float* element_mass, const float* thickness,
+                          const float* density, float* lsq) {
   constexpr int KF = Shape::kFaceNodes;
   const int p = point_index - 1;
   const float* N = rule_n + kPoints * p;
@@ -83,7 +89,7 @@ void solid_cohesive(int coh_flag, int n, int point_index, int* elem_status, cons
   // Normal part: the geometric thickness and the derivatives of the normal
   // opening by the lower and the upper node of each point.
   Column h_g, s_n;
-  for (int e = 0; e < n; ++e) {
+  for (int e = 0; e < count; ++e) {
     float d[3], nv[3];
     for (int c = 0; c < 3; ++c) {
       d[c] = 2.0f * (N[0] * Dv(e, 0, c) + N[1] * Dv(e, 1, c) + N[2] * Dv(e, 2, c) +
@@ -113,7 +119,7 @@ void solid_cohesive(int coh_flag, int n, int point_index, int* elem_status, cons
 
   // Area of the point in the local frame; a degenerate one is status 1.
   Column area;
-  for (int e = 0; e < n; ++e) {
+  for (int e = 0; e < count; ++e) {
     float x[kPoints], y[kPoints];
     for (int k = 0; k < kPoints; ++k) {
       x[k] = local_g[at(n, kPoints, e, k, 0)];
@@ -135,13 +141,13 @@ void solid_cohesive(int coh_flag, int n, int point_index, int* elem_status, cons
 
   // Edges: unit direction u, the mean half-thickness across the edge over the
   // edge's length v, and the two transverse directions u + v and u - v.
-  float edge_len[Shape::kEdgeCount][kBatchCapacity];
-  float edge_vec[Shape::kEdgeCount][3][kBatchCapacity];
-  float w_plus[Shape::kEdgeCount][3][kBatchCapacity];
-  float w_minus[Shape::kEdgeCount][3][kBatchCapacity];
+  float edge_len[Shape::kEdgeCount][kBlock];
+  float edge_vec[Shape::kEdgeCount][3][kBlock];
+  float w_plus[Shape::kEdgeCount][3][kBlock];
+  float w_minus[Shape::kEdgeCount][3][kBlock];
   for (int ed = 0; ed < Shape::kEdgeCount; ++ed) {
     const Edge E = Shape::kEdges[ed];
-    for (int e = 0; e < n; ++e) {
+    for (int e = 0; e < count; ++e) {
       const Vec3 dv{M(e, E.k, 0) - M(e, E.i, 0), M(e, E.k, 1) - M(e, E.i, 1),
                     M(e, E.k, 2) - M(e, E.i, 2)};
       const float l = length(dv);
@@ -163,8 +169,8 @@ void solid_cohesive(int coh_flag, int n, int point_index, int* elem_status, cons
   // Edge basis of the corner: dual vectors of the two half-edges meeting
   // there, projected on s and t and scaled by the half edge lengths.
   const int e1 = Shape::kBasis[p][0], e2 = Shape::kBasis[p][1];
-  float dual[2][2][kBatchCapacity];  // [axis s/t][c1/c2]
-  for (int e = 0; e < n; ++e) {
+  float dual[2][2][kBlock];  // [axis s/t][c1/c2]
+  for (int e = 0; e < count; ++e) {
     float g1[3], g2[3];
     for (int c = 0; c < 3; ++c) {
       g1[c] = edge_vec[e1][c][e] / 2.0f;
@@ -190,13 +196,13 @@ void solid_cohesive(int coh_flag, int n, int point_index, int* elem_status, cons
   // Sliding part: per axis, the rows of both faces' nodes from the contributing
   // edges, then the sum of their squares.
   Column s_s;
-  for (int e = 0; e < n; ++e) s_s[e] = 0.0f;
-  float row[2][KF][3][kBatchCapacity];  // [lower/upper][node][component][element]
+  for (int e = 0; e < count; ++e) s_s[e] = 0.0f;
+  float row[2][KF][3][kBlock];  // [lower/upper][node][component][element]
   for (int ax = 0; ax < 2; ++ax) {
     for (int face = 0; face < 2; ++face)
       for (int k = 0; k < KF; ++k)
         for (int c = 0; c < 3; ++c)
-          for (int e = 0; e < n; ++e) row[face][k][c][e] = 0.0f;
+          for (int e = 0; e < count; ++e) row[face][k][c][e] = 0.0f;
     for (int j = 0; j < Shape::kContributionCount; ++j) {
       const Contribution con = Shape::contribution(j, p);
       const float table = con.table == Table::kA   ? a[con.node]
@@ -209,7 +215,7 @@ void solid_cohesive(int coh_flag, int n, int point_index, int* elem_status, cons
         const float* wm = w_minus[con.edge][c];
         // One row per loop, so that each loop stores to a single array.
         auto add = [&](float* target, float sign, const float* w) {
-          for (int e = 0; e < n; ++e) target[e] += sign * (table * dual_j[e]) * w[e];
+          for (int e = 0; e < count; ++e) target[e] += sign * (table * dual_j[e]) * w[e];
         };
         add(row[0][E.i][c], -1.0f, wp);
         add(row[0][E.k][c], -1.0f, wm);
@@ -222,12 +228,12 @@ void solid_cohesive(int coh_flag, int n, int point_index, int* elem_status, cons
     for (int c = 0; c < 3; ++c)
       for (int face = 0; face < 2; ++face)
         for (int k = 0; k < KF; ++k)
-          for (int e = 0; e < n; ++e) s_s[e] += sq(row[face][k][c][e]);
+          for (int e = 0; e < count; ++e) s_s[e] += sq(row[face][k][c][e]);
   }
 
   // Results: the ramp on S, the thickness in force, mass and length term;
   // a thickness not above zero is status 3, last.
-  for (int e = 0; e < n; ++e) {
+  for (int e = 0; e < count; ++e) {
     const float S = s_s[e] + s_n[e];
     const bool degenerate = kSmallestNormal >= S;
     const float g_s = degenerate ? 1.0f : 0.0f;
@@ -243,33 +249,52 @@ void solid_cohesive(int coh_flag, int n, int point_index, int* elem_status, cons
   }
 }
 
+template <class Shape>
+void solid_cohesive(int coh_flag, int n, int point_index, int* elem_status, const float* rule_n,
+                    const float* rule_dn1, const float* rule_dn2, const float* rule_w,
+                    const float* frame, const float* work_a, const float* work_b,
+                    const float* coords_g, const float* local_g, const float* coords_d,
+                    float* element_mass, const float* thickness, const float* density,
+                    float* lsq) {
+  for (int first = 0; first < n; first += kBlock) {
+    const int count = n - first < kBlock ? n - first : kBlock;
+    solid_cohesive_block<Shape>(coh_flag, n, count, point_index, elem_status + first, rule_n,
+                                rule_dn1, rule_dn2, rule_w, frame + first, work_a + first,
+                                work_b + first, coords_g + first, local_g + first,
+                                coords_d + first, element_mass + first, thickness + first,
+                                density + first, lsq + first);
+  }
+}
+
 }  // namespace
 }  // namespace sti::cohesive
 
-extern "C" STI_EXPORT void sti_ope_coh3d8geom(
-    const int* coh_flag, const int* batch_count, const int* point_index,
-    const int* run_point_count, int* elem_status, const float* rule_n, const float* rule_dn1,
-    const float* rule_dn2, const float* frame, const float* cohesive_work_a,
-    const float* cohesive_work_b, const float* coords_g, const float* local_g,
-    const float* coords_d, float* element_mass, const float* thickness, const float* density,
-    float* lsq) {
-  (void)run_point_count;  // an array extent only
-  sti::cohesive::solid_cohesive<sti::cohesive::Hexahedral>(
-      *coh_flag, *batch_count, *point_index, elem_status, rule_n, rule_dn1, rule_dn2, nullptr,
-      frame, cohesive_work_a, cohesive_work_b, coords_g, local_g, coords_d, element_mass,
-      thickness, density, lsq);
+namespace sti::cohesive {
+
+void eight_node_cohesive(int coh_flag, int n, int point_index, int* STI_RESTRICT elem_status,
+                         const float* STI_RESTRICT rule_n, const float* STI_RESTRICT rule_dn1,
+                         const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT frame,
+                         const float* STI_RESTRICT work_a, const float* STI_RESTRICT work_b,
+                         const float* STI_RESTRICT coords_g, const float* STI_RESTRICT local_g,
+                         const float* STI_RESTRICT coords_d, float* STI_RESTRICT element_mass,
+                         const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
+                         float* STI_RESTRICT lsq) {
+  solid_cohesive<Hexahedral>(coh_flag, n, point_index, elem_status, rule_n, rule_dn1, rule_dn2,
+                             nullptr, frame, work_a, work_b, coords_g, local_g, coords_d,
+                             element_mass, thickness, density, lsq);
 }
 
-extern "C" STI_EXPORT void sti_ope_coh3d6geom(
-    const int* coh_flag, const int* batch_count, const int* point_index,
-    const int* run_point_count, int* elem_status, const float* rule_n, const float* rule_dn1,
-    const float* rule_dn2, const float* rule_w, const float* frame, const float* cohesive_work_a,
-    const float* cohesive_work_b, const float* coords_g, const float* local_g,
-    const float* coords_d, float* element_mass, const float* thickness, const float* density,
-    float* lsq) {
-  (void)run_point_count;  // an array extent only
-  sti::cohesive::solid_cohesive<sti::cohesive::Wedge>(
-      *coh_flag, *batch_count, *point_index, elem_status, rule_n, rule_dn1, rule_dn2, rule_w,
-      frame, cohesive_work_a, cohesive_work_b, coords_g, local_g, coords_d, element_mass,
-      thickness, density, lsq);
+void six_node_cohesive(int coh_flag, int n, int point_index, int* STI_RESTRICT elem_status,
+                       const float* STI_RESTRICT rule_n, const float* STI_RESTRICT rule_dn1,
+                       const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT rule_w,
+                       const float* STI_RESTRICT frame, const float* STI_RESTRICT work_a,
+                       const float* STI_RESTRICT work_b, const float* STI_RESTRICT coords_g,
+                       const float* STI_RESTRICT local_g, const float* STI_RESTRICT coords_d,
+                       float* STI_RESTRICT element_mass, const float* STI_RESTRICT thickness,
+                       const float* STI_RESTRICT density, float* STI_RESTRICT lsq) {
+  solid_cohesive<Wedge>(coh_flag, n, point_index, elem_status, rule_n, rule_dn1, rule_dn2,
+                        rule_w, frame, work_a, work_b, coords_g, local_g, coords_d, element_mass,
+                        thickness, density, lsq);
 }
+
+}  // namespace sti::cohesive

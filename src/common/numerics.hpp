@@ -9,6 +9,11 @@
 
 namespace sti {
 
+// Every array argument of a stage is a block of its own: no two that a call
+// is given overlap where one of them is written. Marking each pointer so lets
+// the element loops load and store without rechecking for overlap.
+#define STI_RESTRICT __restrict
+
 // Largest number of elements in one batch; every private batch array is sized for it.
 inline constexpr int kBatchCapacity = 128;
 
@@ -16,6 +21,7 @@ inline constexpr int kBatchCapacity = 128;
 inline constexpr float kLargestFloat = std::bit_cast<float>(0x7F7FFFFFu);    // 3.4028235e38
 inline constexpr float kUnsetPointDt = std::bit_cast<float>(0x7DCCCCCCu);    // 3.4028235e37
 inline constexpr float kSmallestNormal = std::bit_cast<float>(0x00800000u);  // 1.1754944e-38
+inline constexpr float kOneSixth = std::bit_cast<float>(0x3E2AAAABu);        // 0.16666667
 inline constexpr float kOneThird = std::bit_cast<float>(0x3EAAAAABu);        // 0.33333334
 inline constexpr float kTwoThirds = std::bit_cast<float>(0x3F2AAAABu);       // 0.6666667
 inline constexpr float kBulkB1 = std::bit_cast<float>(0x3D75C28Fu);          // 0.06

@@ -10,11 +10,14 @@
 
 namespace sti::continuum {
 
+// K is the node count of the coordinate array (8, or the fifteen points of a
+// ten-node tetrahedron whose sub-hexahedra are read in place).
+template <int K = 8>
 inline float face_measure(int n, const float* coords, int e, int a, int b, int c, int d) {
   float s[3], t[3];
   for (int k = 0; k < 3; ++k) {
-    const float d1 = coords[at(n, 8, e, c, k)] - coords[at(n, 8, e, a, k)];
-    const float d2 = coords[at(n, 8, e, d, k)] - coords[at(n, 8, e, b, k)];
+    const float d1 = coords[at(n, K, e, c, k)] - coords[at(n, K, e, a, k)];
+    const float d2 = coords[at(n, K, e, d, k)] - coords[at(n, K, e, b, k)];
     s[k] = d1 + d2;
     t[k] = d1 - d2;
   }

@@ -5,6 +5,7 @@
 // the squared gradient components, which gives h^2/3 for a cube of side h.
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "continuum/continuum.hpp"
 
 namespace sti::continuum {
 
@@ -31,16 +32,21 @@ inline float gradient_component(const float* u, const float* v, const int* p) {
 
 }  // namespace
 
-void hexahedron(int n, int* __restrict elem_status, const float* __restrict coords,
-                float* __restrict work_a, float* __restrict work_b, float* __restrict element_mass,
-                const float* __restrict density, float* __restrict lsq) {
+constexpr int kIdentity[8] = {0, 1, 2, 3, 4, 5, 6, 7};
+
+// The hexahedron whose corner k is node nodes[k] of a K-node coordinate array.
+template <int K>
+void hexahedron_of(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT coords,
+                   const int (&nodes)[8], float* STI_RESTRICT work_a, float* STI_RESTRICT work_b,
+                   float* STI_RESTRICT element_mass, const float* STI_RESTRICT density,
+                   float* STI_RESTRICT lsq) {
   for (int e = 0; e < n; ++e) {
     float x[8], y[8], z[8];
 #pragma GCC unroll 8
     for (int k = 0; k < 8; ++k) {
-      x[k] = coords[at(n, 8, e, k, 0)];
-      y[k] = coords[at(n, 8, e, k, 1)];
-      z[k] = coords[at(n, 8, e, k, 2)];
+      x[k] = coords[at(n, K, e, nodes[k], 0)];
+      y[k] = coords[at(n, K, e, nodes[k], 1)];
+      z[k] = coords[at(n, K, e, nodes[k], 2)];
     }
     float bx[8], by[8], bz[8];
 #pragma GCC unroll 8
@@ -76,12 +82,20 @@ void hexahedron(int n, int* __restrict elem_status, const float* __restrict coor
   }
 }
 
-}  // namespace sti::continuum
-
-extern "C" STI_EXPORT void sti_ope_c3dh8geom(const int* batch_count, int* elem_status,
-                                             const float* coords, float* work_a, float* work_b,
-                                             float* element_mass, const float* density,
-                                             float* lsq) {
-  sti::continuum::hexahedron(*batch_count, elem_status, coords, work_a, work_b, element_mass,
-                             density, lsq);
+void hexahedron(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT coords,
+                float* STI_RESTRICT work_a, float* STI_RESTRICT work_b,
+                float* STI_RESTRICT element_mass, const float* STI_RESTRICT density,
+                float* STI_RESTRICT lsq) {
+  hexahedron_of<8>(n, elem_status, coords, kIdentity, work_a, work_b, element_mass, density, lsq);
 }
+
+void ten_node_piece(int n, int point_index, int* STI_RESTRICT elem_status,
+                    const float* STI_RESTRICT coords, float* STI_RESTRICT work_a,
+                    float* STI_RESTRICT work_b, float* STI_RESTRICT element_mass,
+                    const float* STI_RESTRICT density, float* STI_RESTRICT lsq) {
+  if (point_index < 1 || point_index > 4) return;
+  hexahedron_of<15>(n, elem_status, coords, kTetrahedronPieces[point_index - 1], work_a, work_b,
+                    element_mass, density, lsq);
+}
+
+}  // namespace sti::continuum

@@ -8,6 +8,8 @@
 #include "common/correctly_rounded.hpp"
 #include "continuum/face_measure.hpp"
 #include "stabletime/pipeline.h"
+#include "continuum/continuum.hpp"
+#include "pipeline/element_table.hpp"
 
 namespace sti::continuum {
 
@@ -27,15 +29,37 @@ inline constexpr Blend kWedgeBlend{0.3045f, kWedgeRise, -0.85f, 7.0f, 0.373f};
 
 enum class Family { kTetrahedron, kWedge, kHexahedron };
 
+// The face family of the type's row; hexahedron for an id no row has.
 Family family_of(int elem_type_id) {
-  if (elem_type_id == 41 || elem_type_id == 415) return Family::kTetrahedron;
-  if (elem_type_id == 43 || elem_type_id == 416) return Family::kWedge;
-  return Family::kHexahedron;
+  const pipeline::ElementType* row = pipeline::find_type(elem_type_id);
+  const pipeline::Face face = row ? row->face : pipeline::Face::kHexahedron;
+  return face == pipeline::Face::kTetrahedron ? Family::kTetrahedron
+         : face == pipeline::Face::kWedge     ? Family::kWedge
+                                              : Family::kHexahedron;
 }
 
-inline float shape_factor(const Blend& b, float r) {
-  const float blended = b.lower + b.rise * (1.0f - cr::exp(b.rate * (r - 1.0f)));
-  return r <= 1.0f ? b.lower : (r <= b.upper_bound ? blended : b.upper);
+// The factor inside the blend range, 1 < r <= upper_bound: the one place
+// where the face-area estimate needs an exponential.
+inline float blended_factor(const Blend& b, float r) {
+  return b.lower + b.rise * (1.0f - cr::exp(b.rate * (r - 1.0f)));
+}
+
+// Replaces each aspect r by its factor: the lower plateau up to 1, the upper
+// one beyond upper_bound (and for a NaN), the blend in between. A batch with
+// no aspect inside the range (most batches of a regular mesh) takes its
+// plateaus in a loop that vectorises; otherwise the exponential runs only for
+// the elements inside it.
+void shape_factors(int n, const Blend& b, float* STI_RESTRICT r) {
+  bool any_inside = false;
+  for (int e = 0; e < n; ++e) any_inside |= r[e] > 1.0f && r[e] <= b.upper_bound;
+  if (any_inside)
+    for (int e = 0; e < n; ++e)
+      if (r[e] > 1.0f && r[e] <= b.upper_bound)
+        r[e] = blended_factor(b, r[e]);
+      else
+        r[e] = r[e] <= 1.0f ? b.lower : b.upper;
+  else
+    for (int e = 0; e < n; ++e) r[e] = r[e] <= 1.0f ? b.lower : b.upper;
 }
 
 inline float estimate(float padded_volume, float multiplier, float c, float m) {
@@ -45,9 +69,9 @@ inline float estimate(float padded_volume, float multiplier, float c, float m) {
 
 }  // namespace
 
-void hexahedron_face_area(int n, int elem_type_id, const float* __restrict coords,
-                          float* __restrict freq, const float* __restrict work_a,
-                          const float* __restrict work_b) {
+void hexahedron_face_area(int n, int elem_type_id, const float* STI_RESTRICT coords,
+                          float* STI_RESTRICT freq, const float* STI_RESTRICT work_a,
+                          const float* STI_RESTRICT work_b) {
   if (n < 1) return;
   float* freq_a = freq;
   // Faces A to D hold every face of a tetrahedron stored as a hexahedron.
@@ -66,30 +90,34 @@ void hexahedron_face_area(int n, int elem_type_id, const float* __restrict coord
         freq_a[e] = estimate(work_a[e], kTetMultiplier, 1.0f, m);
       }
       break;
-    case Family::kWedge:
+    case Family::kWedge: {
+      float factor[kBatchCapacity];  // the aspect, then its shape factor
       for (int e = 0; e < n; ++e) {
         const float m = max_of(freq_a[e], face_measure(n, coords, e, 2, 3, 7, 6));
         const float q = 0.0625f * m;
-        const float r = work_b[e] * std::sqrt(q) * std::sqrt(std::sqrt(q));
-        freq_a[e] = estimate(work_a[e], kWedgeMultiplier, shape_factor(kWedgeBlend, r), m);
+        freq_a[e] = m;
+        factor[e] = work_b[e] * std::sqrt(q) * std::sqrt(std::sqrt(q));
       }
+      shape_factors(n, kWedgeBlend, factor);
+      for (int e = 0; e < n; ++e)
+        freq_a[e] = estimate(work_a[e], kWedgeMultiplier, factor[e], freq_a[e]);
       break;
-    case Family::kHexahedron:
+    }
+    case Family::kHexahedron: {
+      float factor[kBatchCapacity];  // the aspect, then its shape factor
       for (int e = 0; e < n; ++e) {
         float m = max_of(freq_a[e], face_measure(n, coords, e, 2, 3, 7, 6));
         m = max_of(m, face_measure(n, coords, e, 3, 0, 4, 7));
         const float q = 0.0625f * m;
-        const float r = work_b[e] * std::sqrt(q) * std::sqrt(std::sqrt(q));
-        freq_a[e] = estimate(work_a[e], kHexMultiplier, shape_factor(kHexBlend, r), m);
+        freq_a[e] = m;
+        factor[e] = work_b[e] * std::sqrt(q) * std::sqrt(std::sqrt(q));
       }
+      shape_factors(n, kHexBlend, factor);
+      for (int e = 0; e < n; ++e)
+        freq_a[e] = estimate(work_a[e], kHexMultiplier, factor[e], freq_a[e]);
       break;
+    }
   }
 }
 
 }  // namespace sti::continuum
-
-extern "C" STI_EXPORT void sti_ope_c3d8facearea(const int* batch_count, const int* elem_type_id,
-                                                const float* coords, float* freq,
-                                                const float* work_a, const float* work_b) {
-  sti::continuum::hexahedron_face_area(*batch_count, *elem_type_id, coords, freq, work_a, work_b);
-}

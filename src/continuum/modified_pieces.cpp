@@ -5,6 +5,7 @@
 // the element takes the increment of its most critical piece.
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "continuum/continuum.hpp"
 
 namespace sti::continuum {
 
@@ -17,17 +18,10 @@ inline constexpr int kCentre = 6;  // the triangle's centre, computed, not store
 // Zero-based nodes of the six-node triangle at the corners of each piece.
 constexpr int kTrianglePieces[3][4] = {{0, 3, kCentre, 5}, {1, 4, kCentre, 3}, {2, 5, kCentre, 4}};
 
-// Zero-based nodes of the fifteen-point tetrahedron at the corners of each
-// piece: the element corner, three mid-side nodes, three face centres and the
-// element centre (node 10), corners 1 to 4 lying in a face of the element.
-constexpr int kTetrahedronPieces[4][8] = {{0, 4, 11, 6, 7, 12, 10, 14},
-                                          {1, 5, 11, 4, 8, 13, 10, 12},
-                                          {2, 6, 11, 5, 9, 14, 10, 13},
-                                          {3, 8, 12, 7, 9, 13, 10, 14}};
-
 }  // namespace
 
-void six_node_triangle_piece(int n, int point_index, float* quad_coords, const float* coords) {
+void six_node_triangle_piece(int n, int point_index, float* STI_RESTRICT quad_coords,
+                             const float* STI_RESTRICT coords) {
   if (point_index < 1 || point_index > 3) return;
   const int* row = kTrianglePieces[point_index - 1];
   for (int k = 0; k < 4; ++k) {
@@ -47,7 +41,8 @@ void six_node_triangle_piece(int n, int point_index, float* quad_coords, const f
   }
 }
 
-void ten_node_tetrahedron_piece(int n, int point_index, float* hex_coords, const float* coords) {
+void ten_node_tetrahedron_piece(int n, int point_index, float* STI_RESTRICT hex_coords,
+                                const float* STI_RESTRICT coords) {
   if (point_index < 1 || point_index > 4) return;
   const int* row = kTetrahedronPieces[point_index - 1];
   for (int k = 0; k < 8; ++k)
@@ -56,15 +51,3 @@ void ten_node_tetrahedron_piece(int n, int point_index, float* hex_coords, const
 }
 
 }  // namespace sti::continuum
-
-extern "C" STI_EXPORT void sti_ope_solidt6mgeom(const int* batch_count, const int* point_index,
-                                                const int* /*ndim*/, float* quad_coords,
-                                                const float* coords_g) {
-  sti::continuum::six_node_triangle_piece(*batch_count, *point_index, quad_coords, coords_g);
-}
-
-extern "C" STI_EXPORT void sti_ope_c3d10mgeom(const int* batch_count, const int* point_index,
-                                              const int* /*ndim*/, float* hex_coords,
-                                              const float* coords_g) {
-  sti::continuum::ten_node_tetrahedron_piece(*batch_count, *point_index, hex_coords, coords_g);
-}

@@ -6,19 +6,19 @@
 // outputs, so that no later stage needs a guard; its status says it failed.
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "continuum/continuum.hpp"
 
 namespace sti::continuum {
 
 namespace {
-inline constexpr float kSixth = std::bit_cast<float>(0x3E2AAAABu);         // 0.16666667
 inline constexpr float kTwentyFourth = std::bit_cast<float>(0x3D2AAAABu);  // 0.041666668
 }  // namespace
 
-void plane_quadrilateral(int n, int* __restrict elem_status, const float* __restrict tri_flag,
-                         const float* __restrict coords, float* __restrict work_a,
-                         float* __restrict work_b, float* __restrict element_mass,
-                         const float* __restrict thickness, const float* __restrict density,
-                         float* __restrict lsq) {
+void plane_quadrilateral(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT tri_flag,
+                         const float* STI_RESTRICT coords, float* STI_RESTRICT work_a,
+                         float* STI_RESTRICT work_b, float* STI_RESTRICT element_mass,
+                         const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
+                         float* STI_RESTRICT lsq) {
   for (int e = 0; e < n; ++e) {
     const float x1 = coords[at(n, 4, e, 0, 0)], y1 = coords[at(n, 4, e, 0, 1)];
     const float x2 = coords[at(n, 4, e, 1, 0)], y2 = coords[at(n, 4, e, 1, 1)];
@@ -42,14 +42,14 @@ void plane_quadrilateral(int n, int* __restrict elem_status, const float* __rest
     // Gradient of the area by x1, y1, x2, y2; nodes 3 and 4 carry the negatives.
     const float u1 = c * 0.5f, u2 = b * -0.5f, u3 = d * 0.5f, u4 = a * 0.5f;
     const float s = p + u1 * u1 + u2 * u2 + u3 * u3 + u4 * u4 - f * (u1 * u3 + u2 * u4);
-    lsq[e] = (kSixth * f + 0.5f) * padded / s;
+    lsq[e] = (kOneSixth * f + 0.5f) * padded / s;
   }
 }
 
-void axisymmetric_quadrilateral(int n, int* __restrict elem_status,
-                                const float* __restrict tri_flag, const float* __restrict coords,
-                                float* __restrict element_mass, const float* __restrict density,
-                                float* __restrict lsq) {
+void axisymmetric_quadrilateral(int n, int* STI_RESTRICT elem_status,
+                                const float* STI_RESTRICT tri_flag,
+                                const float* STI_RESTRICT coords, float* STI_RESTRICT element_mass,
+                                const float* STI_RESTRICT density, float* STI_RESTRICT lsq) {
   constexpr float w = kTwentyFourth;
   constexpr float h = 0.125f;
   for (int e = 0; e < n; ++e) {
@@ -108,20 +108,3 @@ void axisymmetric_quadrilateral(int n, int* __restrict elem_status,
 }
 
 }  // namespace sti::continuum
-
-extern "C" STI_EXPORT void sti_ope_c2dq4geom(const int* batch_count, int* elem_status,
-                                             const float* tri_flag, const float* coords,
-                                             float* work_a, float* work_b, float* element_mass,
-                                             const float* thickness, const float* density,
-                                             float* lsq) {
-  sti::continuum::plane_quadrilateral(*batch_count, elem_status, tri_flag, coords, work_a, work_b,
-                                      element_mass, thickness, density, lsq);
-}
-
-extern "C" STI_EXPORT void sti_ope_caxq4geom(const int* batch_count, int* elem_status,
-                                             const float* tri_flag, const float* coords,
-                                             float* element_mass, const float* density,
-                                             float* lsq) {
-  sti::continuum::axisymmetric_quadrilateral(*batch_count, elem_status, tri_flag, coords,
-                                             element_mass, density, lsq);
-}

@@ -7,23 +7,39 @@
 // Point 3 leaves its own inner face B out of its estimate; it only serves point 4.
 #include "continuum/face_measure.hpp"
 #include "stabletime/pipeline.h"
+#include "continuum/continuum.hpp"
 
 namespace sti::continuum {
 
 namespace {
 inline constexpr float kMultiplier = std::bit_cast<float>(0x41DA740Eu);  // 27.306667
 
+// A hexahedral piece read through its corner nodes: corner k is node
+// nodes[k] of a K-node coordinate array.
+template <int K>
+struct Piece {
+  const float* coords;
+  const int* nodes;
+  float face(int n, int e, int a, int b, int c, int d) const {
+    return face_measure<K>(n, coords, e, nodes[a], nodes[b], nodes[c], nodes[d]);
+  }
+};
+constexpr int kIdentity[8] = {0, 1, 2, 3, 4, 5, 6, 7};
+
 // Faces of a hexahedral piece, zero-based corners in order.
-inline float face_a(int n, const float* h, int e) { return face_measure(n, h, e, 0, 1, 2, 3); }
-inline float face_b(int n, const float* h, int e) { return face_measure(n, h, e, 4, 5, 6, 7); }
-inline float face_c(int n, const float* h, int e) { return face_measure(n, h, e, 0, 1, 5, 4); }
-inline float face_d(int n, const float* h, int e) { return face_measure(n, h, e, 1, 2, 6, 5); }
-inline float face_e(int n, const float* h, int e) { return face_measure(n, h, e, 2, 3, 7, 6); }
-inline float face_f(int n, const float* h, int e) { return face_measure(n, h, e, 3, 0, 4, 7); }
+template <int K> float face_a(int n, Piece<K> h, int e) { return h.face(n, e, 0, 1, 2, 3); }
+template <int K> float face_b(int n, Piece<K> h, int e) { return h.face(n, e, 4, 5, 6, 7); }
+template <int K> float face_c(int n, Piece<K> h, int e) { return h.face(n, e, 0, 1, 5, 4); }
+template <int K> float face_d(int n, Piece<K> h, int e) { return h.face(n, e, 1, 2, 6, 5); }
+template <int K> float face_e(int n, Piece<K> h, int e) { return h.face(n, e, 2, 3, 7, 6); }
+template <int K> float face_f(int n, Piece<K> h, int e) { return h.face(n, e, 3, 0, 4, 7); }
 }  // namespace
 
-void tetrahedron_piece_face_area(int n, int point_index, const float* hex_coords, float* freq,
-                                 const float* work_a) {
+namespace {
+
+template <int K>
+void piece_face_area(int n, int point_index, Piece<K> hex_coords, float* STI_RESTRICT freq,
+                     const float* STI_RESTRICT work_a) {
   if (n < 1) return;
   float* col0 = freq;
   float* col1 = freq + n;
@@ -78,11 +94,18 @@ void tetrahedron_piece_face_area(int n, int point_index, const float* hex_coords
   }
 }
 
-}  // namespace sti::continuum
+}  // namespace
 
-extern "C" STI_EXPORT void sti_ope_c3d10mfacearea(const int* batch_count, const int* point_index,
-                                                  const float* hex_coords, float* freq,
-                                                  const float* work_a) {
-  sti::continuum::tetrahedron_piece_face_area(*batch_count, *point_index, hex_coords, freq,
-                                              work_a);
+void tetrahedron_piece_face_area(int n, int point_index, const float* STI_RESTRICT hex_coords,
+                                 float* STI_RESTRICT freq, const float* STI_RESTRICT work_a) {
+  piece_face_area<8>(n, point_index, Piece<8>{hex_coords, kIdentity}, freq, work_a);
 }
+
+void ten_node_piece_face_area(int n, int point_index, const float* STI_RESTRICT coords,
+                              float* STI_RESTRICT freq, const float* STI_RESTRICT work_a) {
+  if (point_index < 1 || point_index > 4) return;
+  piece_face_area<15>(n, point_index, Piece<15>{coords, kTetrahedronPieces[point_index - 1]},
+                      freq, work_a);
+}
+
+}  // namespace sti::continuum

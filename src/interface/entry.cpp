@@ -6,7 +6,8 @@
 
 #include "common/numerics.hpp"
 #include "interface/batches.hpp"
-#include "stabletime/pipeline.h"
+#include "interface/interface.hpp"
+#include "pipeline/pipeline.hpp"
 #include "stabletime/stabletime.h"
 
 namespace sti::interface {
@@ -33,17 +34,19 @@ void fill_codes(int* element_code, int count, int code) {
   for (int e = 0; e < count; ++e) element_code[e] = code;
 }
 
+}  // namespace
+
 int stable_time(const char* elem_name, int node_total, int element_count, const float* node_coords,
                 const int* connectivity, int material_code, const float* material_props,
                 const float* density, const float* thickness, float bulk_scale,
                 const float* section_damping, const float* cohesive_params, float* stable_time,
                 int* element_code) {
+  (void)node_total;  // the extent of node_coords; node numbers are trusted
   if (element_count < 1) return STI_OTHER_FAILURE;
 
   const int name_length = static_cast<int>(std::strlen(elem_name));
   int elem_type_id = 0, node_count = 0, point_count = 0, name_status = 0;
-  sti_ele_typefromname(&elem_type_id, &node_count, &point_count, &name_status, elem_name,
-                       &name_length);
+  type_from_name(elem_type_id, node_count, point_count, name_status, elem_name, name_length);
   if (name_status != 0) {
     fill_codes(element_code, element_count, STI_TYPE_UNSUPPORTED);
     return STI_TYPE_UNSUPPORTED;
@@ -80,12 +83,12 @@ int stable_time(const char* elem_name, int node_total, int element_count, const 
     }
 
     int call_status = 0;
-    sti_ele_stabletime(&coord_stride, &node_total, &batch_count, &call_status, batch_status,
-                       &point_count, &section_count, &node_count, &section_skip, &material_code,
-                       &elem_type_id, batch_connectivity, node_coords, batch_thickness,
-                       &unit_scale, &section_area, &alpha_damping, &beta_damping, &bulk_scale,
-                       density + batch_first, cohesive, stable_time + batch_first,
-                       material_props);
+    pipeline::run_batch(coord_stride, batch_count, call_status, batch_status,
+                        point_count, section_count, node_count, &section_skip, &material_code,
+                        elem_type_id, batch_connectivity, node_coords, batch_thickness,
+                        unit_scale, section_area, alpha_damping, beta_damping, bulk_scale,
+                        density + batch_first, cohesive, stable_time + batch_first,
+                        material_props);
 
     int* codes = element_code + batch_first;
     const int batch_code = public_code(call_status);
@@ -109,18 +112,4 @@ int stable_time(const char* elem_name, int node_total, int element_count, const 
   return overall_code;
 }
 
-}  // namespace
 }  // namespace sti::interface
-
-extern "C" STI_EXPORT int sti_StableTime(const char* elem_name, int node_total, int element_count,
-                                         const float* node_coords, const int* connectivity,
-                                         int material_code, const float* material_props,
-                                         const float* density, const float* thickness,
-                                         float bulk_scale, const float* section_damping,
-                                         const float* cohesive_params, float* stable_time,
-                                         int* element_code) {
-  return sti::interface::stable_time(elem_name, node_total, element_count, node_coords,
-                                     connectivity, material_code, material_props, density,
-                                     thickness, bulk_scale, section_damping, cohesive_params,
-                                     stable_time, element_code);
-}

@@ -4,6 +4,7 @@
 #include "common/numerics.hpp"
 #include "material/moduli.hpp"
 #include "stabletime/pipeline.h"
+#include "material/material.hpp"
 
 namespace sti::material {
 
@@ -50,10 +51,13 @@ void reject_batch(int n, int* elem_status) {
   for (int e = 0; e < n; ++e) elem_status[e] = 8;
 }
 
-void effective_moduli(int n, int ndim, int* elem_status, int material_code,
+}  // namespace
+
+void effective_moduli(int n, int ndim, int* STI_RESTRICT elem_status, int material_code,
                       int& plane_stress_flag, int uniaxial_flag, float modulus_scale,
-                      const float* thickness, float* two_g, float* three_k, float* wave_modulus,
-                      const float* props) {
+                      const float* STI_RESTRICT thickness, float* STI_RESTRICT two_g,
+                      float* STI_RESTRICT three_k, float* STI_RESTRICT wave_modulus,
+                      const float* STI_RESTRICT props) {
   if (n < 1) return;
   const auto tail = [&](IsotropicEquivalent m) {
     common_tail(n, m, modulus_scale, thickness, two_g, three_k, wave_modulus, elem_status);
@@ -95,16 +99,4 @@ void effective_moduli(int n, int ndim, int* elem_status, int material_code,
   }
 }
 
-}  // namespace
 }  // namespace sti::material
-
-extern "C" STI_EXPORT void sti_ele_effmodulus(const int* batch_count, const int* ndim,
-                                              int* elem_status, const int* material_code,
-                                              int* plane_stress_flag, const int* uniaxial_flag,
-                                              const float* modulus_scale, const float* thickness,
-                                              float* two_g, float* three_k, float* wave_modulus,
-                                              const float* material_props) {
-  sti::material::effective_moduli(*batch_count, *ndim, elem_status, *material_code,
-                                  *plane_stress_flag, *uniaxial_flag, *modulus_scale, thickness,
-                                  two_g, three_k, wave_modulus, material_props);
-}

@@ -7,6 +7,7 @@
 
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "material/material.hpp"
 
 namespace sti::material {
 namespace {
@@ -66,10 +67,14 @@ void plane_stress_loop(int n, const int* elem_status, float bulk_b1, float a, fl
   }
 }
 
-void element_dt(int n, int plane_stress_flag, const int* elem_status, int freq_flag,
-                float alpha_damping, float beta_damping, float bulk_b1, const float* lsq,
-                const float* freq, const float* two_g, const float* three_k,
-                const float* wave_modulus, const float* element_mass, float* dt_out) {
+}  // namespace
+
+void element_dt(int n, int plane_stress_flag, const int* STI_RESTRICT elem_status, int freq_flag,
+                float alpha_damping, float beta_damping, float bulk_b1,
+                const float* STI_RESTRICT lsq, const float* STI_RESTRICT freq,
+                const float* STI_RESTRICT two_g, const float* STI_RESTRICT three_k,
+                const float* STI_RESTRICT wave_modulus, const float* STI_RESTRICT element_mass,
+                float* STI_RESTRICT dt_out) {
   const float a = 0.25f * alpha_damping;
   const float* freq_a = freq;
   const float* freq_b = freq + n;
@@ -94,18 +99,4 @@ void element_dt(int n, int plane_stress_flag, const int* elem_status, int freq_f
   }
 }
 
-}  // namespace
 }  // namespace sti::material
-
-extern "C" STI_EXPORT void sti_ele_elementdt(const int* batch_count, const int* plane_stress_flag,
-                                             const int* elem_status, const int* freq_flag,
-                                             const float* alpha_damping,
-                                             const float* beta_damping, const float* bulk_b1,
-                                             const float* lsq, const float* freq,
-                                             const float* two_g, const float* three_k,
-                                             const float* wave_modulus,
-                                             const float* element_mass, float* dt_out) {
-  sti::material::element_dt(*batch_count, *plane_stress_flag, elem_status, *freq_flag,
-                            *alpha_damping, *beta_damping, *bulk_b1, lsq, freq, two_g, three_k,
-                            wave_modulus, element_mass, dt_out);
-}

@@ -1,25 +1,16 @@
 // Geometry dispatch of one integration point: runs the geometry stages of the
-// batch's computational shape, in their designed order, on private work arrays
-// that live for this one call.
+// batch's computational shape, in their designed order, on the work arrays that
+// the caller provides for the point.
+#include "cohesive/cohesive.hpp"
+#include "common/line_measure.hpp"
 #include "common/numerics.hpp"
-#include "stabletime/pipeline.h"
+#include "continuum/continuum.hpp"
+#include "pipeline/element_table.hpp"
+#include "pipeline/pipeline.hpp"
+#include "shell/shell.hpp"
 
 namespace sti::pipeline {
 namespace {
-
-// Private work arrays of the geometry stages of one point.
-struct PointWork {
-  float work_a[kBatchCapacity];  // padded area or volume
-  float work_b[kBatchCapacity];  // its guarded reciprocal
-  float quad_coords[kBatchCapacity * 4 * 2];
-  float hex_coords[kBatchCapacity * 8 * 3];
-  float frame[kBatchCapacity * 3 * 3];
-  float local_g[kBatchCapacity * 4 * 3];
-  float local_d[kBatchCapacity * 4 * 3];
-  float local_line[kBatchCapacity * 2 * 2];
-  float cohesive_work_a[kBatchCapacity];
-  float cohesive_work_b[kBatchCapacity * 3 * 2];
-};
 
 void fail_all(int n, int* elem_status, int status) {
   for (int e = 0; e < n; ++e) elem_status[e] = status;
@@ -27,133 +18,149 @@ void fail_all(int n, int* elem_status, int status) {
 
 // Membranes, shells and continuum shells: frame, rotation into it, then the
 // plane measure of the element's own plane and its frequency bound.
-void surface_geometry(int n, int point_index, int run_point_count, int elem_type_id,
-                      int* elem_status, int freq_flag, const float* tri_flag,
-                      const float* coords_g, const float* coords_d, float* element_mass,
-                      const float* thickness, const float* density, float* lsq, float* freq,
-                      const float* rule_dn1, const float* rule_dn2, PointWork& w) {
-  sti_ope_m3dq4normal(&n, &point_index, &run_point_count, rule_dn1, rule_dn2, coords_g, w.frame);
-  sti_ope_m3dq4rot(&n, coords_g, w.local_g, w.frame);
+void surface_geometry(int n, int point_index, int run_point_count, Variant variant,
+                      int* elem_status, int freq_flag, const float* tri_flag, const float* coords_g,
+                      const float* coords_d, float* element_mass, const float* thickness,
+                      const float* density, float* lsq, float* freq, const float* rule_dn1,
+                      const float* rule_dn2, const GeometryWork& w) {
+  shell::surface_frame(n, point_index, run_point_count, rule_dn1, rule_dn2, coords_g,
+                       w.shape->surface.frame);
+  shell::rotate_into_frame(n, coords_g, w.shape->surface.local_g, w.shape->surface.frame);
 
-  if (elem_type_id == 2076 || elem_type_id == 2031) {
-    sti_ope_m3dq4rot(&n, coords_d, w.local_d, w.frame);
-    sti_ope_sc3dgeom(&n, elem_status, tri_flag, w.local_g, coords_d, w.local_d, element_mass,
-                     thickness, density, lsq);
+  if (variant == Variant::kContinuumShell) {
+    shell::rotate_into_frame(n, coords_d, w.shape->surface.local_d, w.shape->surface.frame);
+    shell::continuum_shell(n, elem_status, tri_flag, w.shape->surface.local_g, coords_d,
+                           w.shape->surface.local_d, element_mass, thickness, density, lsq);
     return;
   }
 
   if (run_point_count == 1) {
-    sti_ope_c2dq4geom(&n, elem_status, tri_flag, w.local_g, w.work_a, w.work_b, element_mass,
-                      thickness, density, lsq);
+    continuum::plane_quadrilateral(n, elem_status, tri_flag, w.shape->surface.local_g, w.work_a,
+                                   w.work_b, element_mass, thickness, density, lsq);
   } else {
-    sti_ope_m3d4geom(&n, elem_status, &point_index, &run_point_count, tri_flag, rule_dn1,
-                     rule_dn2, w.local_g, w.work_a, w.work_b, element_mass, thickness, density,
-                     lsq);
+    shell::full_membrane(n, elem_status, point_index, tri_flag, rule_dn1, rule_dn2,
+                         w.shape->surface.local_g, w.work_a, w.work_b, element_mass, thickness,
+                         density, lsq);
   }
 
-  if (elem_type_id == 2073 || elem_type_id == 2071) {
-    sti_ope_s4rsfreqgeom(&n, w.local_g, w.work_a, w.work_b, lsq, tri_flag, freq);
+  if (variant == Variant::kSmallStrainShell) {
+    shell::small_strain_shell_frequency(n, w.shape->surface.local_g, w.work_a, w.work_b, lsq,
+                                        tri_flag, freq);
     return;
   }
 
   if (freq_flag != 1) return;
   if (tri_flag[0] == 1.0f) {
-    sti_ope_3nodeelempsfreqgeom(&n, w.local_g, w.work_b, freq);
+    shell::triangle_frequency(n, w.shape->surface.local_g, w.work_b, freq);
   } else {
-    const int full_integration = elem_type_id == 152 ? 1 : 0;
-    sti_ope_4nodeelempsfreqgeom(&full_integration, &n, w.local_g, w.work_a, w.work_b, freq);
+    const int full_integration = variant == Variant::kFullMembrane ? 1 : 0;
+    shell::quadrilateral_frequency(full_integration, n, w.shape->surface.local_g, w.work_a,
+                                   w.work_b, freq);
   }
 }
 
+}  // namespace
+
 void element_geometry(int n, int point_index, int run_point_count, int section_index,
-                      int elem_type_id, int* elem_status, int shape_code, int section_skip,
-                      int coh_flag, int freq_flag, const float* tri_flag, const float* coords_g,
-                      const float* coords_d, float* element_mass, const float* thickness,
-                      const float* coh_value, const float* section_area, const float* density,
-                      float* lsq, float* freq, const float* rule_n, const float* rule_dn1,
-                      const float* rule_dn2, const float* rule_w) {
+                      int elem_type_id, int* STI_RESTRICT elem_status, int shape_code,
+                      int section_skip, int coh_flag, int freq_flag,
+                      const float* STI_RESTRICT tri_flag, const float* STI_RESTRICT coords_g,
+                      const float* STI_RESTRICT coords_d, float* STI_RESTRICT element_mass,
+                      const float* STI_RESTRICT thickness, const float* STI_RESTRICT coh_value,
+                      const float* STI_RESTRICT section_area, const float* STI_RESTRICT density,
+                      float* STI_RESTRICT lsq, float* STI_RESTRICT freq,
+                      const float* STI_RESTRICT rule_n, const float* STI_RESTRICT rule_dn1,
+                      const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT rule_w,
+                      const GeometryWork& w) {
   if (section_skip != 0) {
     if (section_index == 1) fail_all(n, elem_status, 5);
     return;
   }
 
-  PointWork w;
-  const int two = 2;
-  const int three = 3;
+  // The choice within the shape's branch; the plain one for an id no row has.
+  const ElementType* type = find_type(elem_type_id);
+  const Variant variant = type ? type->variant : Variant::kPlain;
+
   const int not_full = 0;
   switch (shape_code) {
     case 0x2404:  // plane quadrilaterals and triangles
-      sti_ope_c2dq4geom(&n, elem_status, tri_flag, coords_g, w.work_a, w.work_b, element_mass,
-                        thickness, density, lsq);
+      continuum::plane_quadrilateral(n, elem_status, tri_flag, coords_g, w.work_a, w.work_b,
+                                     element_mass, thickness, density, lsq);
       if (freq_flag == 1) {
         if (tri_flag[0] == 1.0f)
-          sti_ope_3nodeelempsfreqgeom(&n, coords_g, w.work_b, freq);
+          shell::triangle_frequency(n, coords_g, w.work_b, freq);
         else
-          sti_ope_4nodeelempsfreqgeom(&not_full, &n, coords_g, w.work_a, w.work_b, freq);
+          shell::quadrilateral_frequency(not_full, n, coords_g, w.work_a, w.work_b, freq);
       }
       break;
     case 0x6404:  // axisymmetric quadrilaterals and triangles
-      sti_ope_caxq4geom(&n, elem_status, tri_flag, coords_g, element_mass, density, lsq);
+      continuum::axisymmetric_quadrilateral(n, elem_status, tri_flag, coords_g, element_mass,
+                                            density, lsq);
       break;
     case 0x3C08:  // hexahedra, and wedges and tetrahedra stored as hexahedra
-      sti_ope_c3dh8geom(&n, elem_status, coords_g, w.work_a, w.work_b, element_mass, density,
-                        lsq);
+      continuum::hexahedron(n, elem_status, coords_g, w.work_a, w.work_b, element_mass, density,
+                            lsq);
       if (freq_flag == 1)
-        sti_ope_c3d8facearea(&n, &elem_type_id, coords_g, freq, w.work_a, w.work_b);
+        continuum::hexahedron_face_area(n, elem_type_id, coords_g, freq, w.work_a, w.work_b);
       break;
     case 0x360B:  // modified ten-node tetrahedron, one sub-hexahedron per point
-      sti_ope_c3d10mgeom(&n, &point_index, &three, w.hex_coords, coords_g);
-      sti_ope_c3dh8geom(&n, elem_status, w.hex_coords, w.work_a, w.work_b, element_mass,
-                        density, lsq);
-      if (freq_flag == 1) sti_ope_c3d10mfacearea(&n, &point_index, w.hex_coords, freq, w.work_a);
+      // The point's sub-hexahedron, read in place from the fifteen points.
+      continuum::ten_node_piece(n, point_index, elem_status, coords_g, w.work_a, w.work_b,
+                                element_mass, density, lsq);
+      if (freq_flag == 1)
+        continuum::ten_node_piece_face_area(n, point_index, coords_g, freq, w.work_a);
       break;
     case 0x6307:  // modified six-node axisymmetric triangle, one quadrilateral per point
-      sti_ope_solidt6mgeom(&n, &point_index, &two, w.quad_coords, coords_g);
-      sti_ope_caxq4geom(&n, elem_status, tri_flag, w.quad_coords, element_mass, density, lsq);
+      continuum::six_node_triangle_piece(n, point_index, w.shape->quad_coords, coords_g);
+      continuum::axisymmetric_quadrilateral(n, elem_status, tri_flag, w.shape->quad_coords,
+                                            element_mass, density, lsq);
       break;
     case 0x2307:  // modified six-node plane triangle, one quadrilateral per point
-      sti_ope_solidt6mgeom(&n, &point_index, &two, w.quad_coords, coords_g);
-      sti_ope_c2dq4geom(&n, elem_status, tri_flag, w.quad_coords, w.work_a, w.work_b,
-                        element_mass, thickness, density, lsq);
+      continuum::six_node_triangle_piece(n, point_index, w.shape->quad_coords, coords_g);
+      continuum::plane_quadrilateral(n, elem_status, tri_flag, w.shape->quad_coords, w.work_a,
+                                     w.work_b, element_mass, thickness, density, lsq);
       break;
     case 0x3202:  // three-dimensional truss
-      sti_ope_c3dl2geom(&n, elem_status, coords_g, element_mass, density, lsq, section_area);
+      two_node_line_measure<3>(n, elem_status, coords_g, *section_area, density, element_mass, lsq);
       break;
     case 0x2202:  // planar truss
-      sti_ope_c2dl2geom(&n, elem_status, coords_g, element_mass, density, lsq, section_area);
+      two_node_line_measure<2>(n, elem_status, coords_g, *section_area, density, element_mass, lsq);
       break;
     case 0x6202:  // axisymmetric shell
-      sti_ope_maxl2geom(&n, elem_status, coords_g, w.local_line, element_mass, thickness,
-                        density, lsq);
+      shell::axisymmetric_shell(n, elem_status, coords_g, w.shape->local_line, element_mass,
+                                thickness, density, lsq);
       break;
     case 0x3404:
-      surface_geometry(n, point_index, run_point_count, elem_type_id, elem_status, freq_flag,
-                       tri_flag, coords_g, coords_d, element_mass, thickness, density, lsq, freq,
-                       rule_dn1, rule_dn2, w);
+      surface_geometry(n, point_index, run_point_count, variant, elem_status, freq_flag, tri_flag,
+                       coords_g, coords_d, element_mass, thickness, density, lsq, freq, rule_dn1,
+                       rule_dn2, w);
       break;
     case 0x1203C08:  // solid cohesive elements
-      sti_ope_coh3d8normal(&n, &point_index, &run_point_count, rule_dn1, rule_dn2, coords_g,
-                           w.frame, w.cohesive_work_a, w.cohesive_work_b);
-      sti_ope_m3dq4rot(&n, coords_g, w.local_g, w.frame);
-      if (elem_type_id == 3903)
-        sti_ope_coh3d8geom(&coh_flag, &n, &point_index, &run_point_count, elem_status, rule_n,
-                           rule_dn1, rule_dn2, w.frame, w.cohesive_work_a, w.cohesive_work_b,
-                           coords_g, w.local_g, coords_d, element_mass, thickness, density, lsq);
+      cohesive::cohesive_frame(n, point_index, rule_dn1, rule_dn2, coords_g, w.shape->surface.frame,
+                               w.shape->surface.cohesive.work_a, w.shape->surface.cohesive.work_b);
+      shell::rotate_into_frame(n, coords_g, w.shape->surface.local_g, w.shape->surface.frame);
+      if (variant == Variant::kEightNodeCohesive)
+        cohesive::eight_node_cohesive(
+            coh_flag, n, point_index, elem_status, rule_n, rule_dn1, rule_dn2,
+            w.shape->surface.frame, w.shape->surface.cohesive.work_a,
+            w.shape->surface.cohesive.work_b, coords_g, w.shape->surface.local_g, coords_d,
+            element_mass, thickness, density, lsq);
       else
-        sti_ope_coh3d6geom(&coh_flag, &n, &point_index, &run_point_count, elem_status, rule_n,
-                           rule_dn1, rule_dn2, rule_w, w.frame, w.cohesive_work_a,
-                           w.cohesive_work_b, coords_g, w.local_g, coords_d, element_mass,
-                           thickness, density, lsq);
+        cohesive::six_node_cohesive(
+            coh_flag, n, point_index, elem_status, rule_n, rule_dn1, rule_dn2, rule_w,
+            w.shape->surface.frame, w.shape->surface.cohesive.work_a,
+            w.shape->surface.cohesive.work_b, coords_g, w.shape->surface.local_g, coords_d,
+            element_mass, thickness, density, lsq);
       break;
     case 0x1202404:  // planar and axisymmetric cohesive elements
-      if (elem_type_id == 3901)
-        sti_ope_coh2dgeom(&coh_flag, &n, &point_index, &run_point_count, elem_status, rule_n,
-                          rule_dn1, coh_value, coords_g, coords_d, element_mass, thickness,
-                          density, lsq);
+      if (variant == Variant::kPlaneCohesive)
+        cohesive::plane_cohesive(coh_flag, n, point_index, elem_status, rule_n, rule_dn1,
+                                 *coh_value, coords_g, coords_d, element_mass, thickness, density,
+                                 lsq);
       else
-        sti_ope_cohaxgeom(&coh_flag, &n, &point_index, &run_point_count, elem_status, rule_n,
-                          rule_dn1, coh_value, coords_g, coords_d, element_mass, thickness,
-                          density, lsq);
+        cohesive::axisymmetric_cohesive(coh_flag, n, point_index, elem_status, rule_n, rule_dn1,
+                                        *coh_value, coords_g, coords_d, element_mass, thickness,
+                                        density, lsq);
       break;
     default:
       fail_all(n, elem_status, 4);
@@ -161,21 +168,4 @@ void element_geometry(int n, int point_index, int run_point_count, int section_i
   }
 }
 
-}  // namespace
 }  // namespace sti::pipeline
-
-extern "C" STI_EXPORT void sti_ele_elementgeom(
-    const int* batch_count, const int* point_index, const int* run_point_count,
-    const int* section_index, const int* geom_node_count, const int* elem_type_id,
-    int* elem_status, const int* shape_code, const int* section_skip, const int* coh_flag,
-    const int* freq_flag, const float* tri_flag, const float* coords_g, const float* coords_d,
-    float* element_mass, const float* thickness, const float* coh_value,
-    const float* section_area, const float* density, float* lsq, float* freq,
-    const float* rule_n, const float* rule_dn1, const float* rule_dn2, const float* rule_w) {
-  (void)geom_node_count;  // an array extent only
-  sti::pipeline::element_geometry(*batch_count, *point_index, *run_point_count, *section_index,
-                                  *elem_type_id, elem_status, *shape_code, *section_skip,
-                                  *coh_flag, *freq_flag, tri_flag, coords_g, coords_d,
-                                  element_mass, thickness, coh_value, section_area, density, lsq,
-                                  freq, rule_n, rule_dn1, rule_dn2, rule_w);
-}

@@ -3,21 +3,48 @@
 // (geometry, effective moduli, time increment) point by point, keeping each
 // element's minimum. All working memory is private to the call.
 #include "common/numerics.hpp"
-#include "stabletime/pipeline.h"
+#include "acoustic/acoustic.hpp"
+#include "beam/beam.hpp"
+#include "material/material.hpp"
+#include "pipeline/element_table.hpp"
+#include "pipeline/pipeline.hpp"
 
 namespace sti::pipeline {
 namespace {
 
-constexpr int kMaxGeomNodes = 15;  // ten-node tetrahedron with its five derived points
+constexpr int kTenNodePoints = 15;    // ten-node tetrahedron with its five derived points
+constexpr int kMaxGatheredNodes = 8;  // any other type, repeated nodes included
+constexpr int kPairPoints = 4;        // mid-surface points of a directional gather
+constexpr int kMaxExpandedNodes = 8;  // wedge or tetrahedron stored as a hexahedron
 constexpr int kFreqColumns = 5;
 constexpr int kRuleEntries = 88;
 constexpr int kRuleWeights = 8;
 
-// Driver working arrays, sized for a full batch; element-fastest, stride batch_count.
+// Gathered coordinates of every type but the ten-node tetrahedron: at most
+// eight nodes, or four mid-surface points followed by their four half
+// differences; then the shape's own geometry arrays. The expanded connectivity
+// is read only by the gather, before the point loop needs those arrays, so the
+// two share their storage.
+struct GatheredWork {
+  float coords[kBatchCapacity * kMaxGatheredNodes * 3];
+  union {
+    int expanded_connectivity[kBatchCapacity * kMaxExpandedNodes];
+    ShapeWork shape;
+  };
+};
+static_assert(2 * kPairPoints * 3 <= kMaxGatheredNodes * 3);
+
+// Driver working arrays, sized for a full batch; element-fastest, stride
+// batch_count. The ten-node tetrahedron's fifteen points need no shape arrays
+// (its pieces are read in place), so they share their storage with the
+// other types' coordinates and shape arrays.
 struct BatchWork {
-  float coords_g[kBatchCapacity * kMaxGeomNodes * 3];
-  float coords_d[kBatchCapacity * kMaxGeomNodes * 3];
-  int expanded_connectivity[kBatchCapacity * kMaxGeomNodes];
+  union {
+    float ten_node_coords[kBatchCapacity * kTenNodePoints * 3];
+    GatheredWork gathered;
+  };
+  float work_a[kBatchCapacity];
+  float work_b[kBatchCapacity];
   float tri_flag[kBatchCapacity];
   float element_mass[kBatchCapacity];
   float lsq[kBatchCapacity];
@@ -26,6 +53,7 @@ struct BatchWork {
   float three_k[kBatchCapacity];
   float wave_modulus[kBatchCapacity];
   float point_dt[kBatchCapacity];
+  int modulus_status[kBatchCapacity];  // what the moduli stage set: 0 (kept), 7 or 8
   float rule_n[kRuleEntries];
   float rule_dn1[kRuleEntries];
   float rule_dn2[kRuleEntries];
@@ -38,13 +66,17 @@ void keep_scaled_minimum(int n, const float* point_dt, float dt_scale, float* st
   for (int e = 0; e < n; ++e) stable_time[e] = min_of(stable_time[e], point_dt[e] * dt_scale);
 }
 
-void run_batch(int coord_stride, int node_total, int n, int& call_status, int* elem_status,
-               int point_count, int section_count, int node_count, const int* section_skip,
-               const int* material_code, int elem_type_id, const int* connectivity,
-               const float* node_coords, const float* thickness, float unit_scale,
-               float section_area, float alpha_damping, float beta_damping, float bulk_scale,
-               const float* density, const float* cohesive_params, float* stable_time,
-               const float* material_props) {
+}  // namespace
+
+void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem_status,
+               int point_count, int section_count, int node_count,
+               const int* STI_RESTRICT section_skip, const int* STI_RESTRICT material_code,
+               int elem_type_id, const int* STI_RESTRICT connectivity,
+               const float* STI_RESTRICT node_coords, const float* STI_RESTRICT thickness,
+               float unit_scale, float section_area, float alpha_damping, float beta_damping,
+               float bulk_scale, const float* STI_RESTRICT density,
+               const float* STI_RESTRICT cohesive_params, float* STI_RESTRICT stable_time,
+               const float* STI_RESTRICT material_props) {
   BatchWork w;
 
   // 1. Initial state; a density that does not compare above zero is status 6,
@@ -70,17 +102,12 @@ void run_batch(int coord_stride, int node_total, int n, int& call_status, int* e
   const int coh_flag = cohesive_params[0] > 0.0f ? 1 : 0;
   const float coh_value = cohesive_params[1];
 
-  // 3. Integration table request.
+  // 3. Integration table request, from the type's row (classification below
+  //    fails the batch of an id that has none).
+  const ElementType* type = find_type(elem_type_id);
   const int rule_family = 2;
-  int rule_kind = 0;
-  int rule_nodes = node_count;
-  if (elem_type_id == 2022 || elem_type_id == 152) {
-    rule_kind = 2;
-  } else if (elem_type_id == 3903 || elem_type_id == 3904) {
-    rule_nodes = 4;
-  } else if (elem_type_id == 3901 || elem_type_id == 3902) {
-    rule_nodes = 2;
-  }
+  const int rule_kind = type ? type->rule_kind : 0;
+  const int rule_nodes = type && type->rule_nodes != 0 ? type->rule_nodes : node_count;
 
   // 4. Classification.
   int geom_node_count = node_count, ndim = 2, run_point_count = point_count;
@@ -88,10 +115,9 @@ void run_batch(int coord_stride, int node_total, int n, int& call_status, int* e
   int elem_class = 1;
   float dt_scale = 1.0f, bulk_b1 = 0.0f;
   call_status = 0;
-  sti_ele_type(&n, &node_count, &geom_node_count, &ndim, &run_point_count, &elem_type_id,
-               &unsupported, &plane_stress_flag, &uniaxial_flag, &shape_code, &elem_class,
-               connectivity, w.expanded_connectivity, elem_status, &freq_flag, &dt_scale,
-               &bulk_b1, w.tri_flag);
+  classify(n, node_count, geom_node_count, ndim, run_point_count, elem_type_id, unsupported,
+           plane_stress_flag, uniaxial_flag, shape_code, elem_class, connectivity,
+           w.gathered.expanded_connectivity, elem_status, freq_flag, dt_scale, bulk_b1, w.tri_flag);
 
   // 5. A type without a classification fails the whole batch.
   if (unsupported != 0) {
@@ -103,31 +129,54 @@ void run_batch(int coord_stride, int node_total, int n, int& call_status, int* e
   bulk_b1 = bulk_b1 * bulk_scale;
 
   // 7. Rule tables, from the catalogue's point count.
-  sti_ope_fullintegrule(&rule_kind, &rule_family, &rule_nodes, &point_count, w.rule_n,
-                        w.rule_dn1, w.rule_dn2, w.rule_w);
+  full_integration_rule(rule_kind, rule_family, rule_nodes, point_count, w.rule_n, w.rule_dn1,
+                        w.rule_dn2, w.rule_w);
 
-  // 8. Gather.
+  // 8. Gather, into the place of this type's coordinates. A directional
+  //    gather's half differences follow its four points.
+  float* coords_g = type->gather == Gather::kTenNode ? w.ten_node_coords : w.gathered.coords;
+  float* coords_d = w.gathered.coords + kBatchCapacity * kPairPoints * 3;
+  const GeometryWork geometry{w.work_a, w.work_b, &w.gathered.shape};
   const int* geometry_connectivity =
-      geom_node_count == node_count ? connectivity : w.expanded_connectivity;
-  if (elem_type_id == 2076 || elem_type_id == 2031 || shape_code == 0x1203C08) {
+      geom_node_count == node_count ? connectivity : w.gathered.expanded_connectivity;
+  if (type->gather == Gather::kSolidPairs) {
     const int direction = 3;
-    sti_ope_gengatherr3dndir(&n, &ndim, &coord_stride, &node_total, &direction,
-                             geometry_connectivity, w.coords_g, w.coords_d, node_coords);
-  } else if (shape_code == 0x1202404) {
+    gather_solid_pairs(n, ndim, coord_stride, direction, geometry_connectivity, coords_g, coords_d,
+                       node_coords);
+  } else if (type->gather == Gather::kPlanarPairs) {
     const int direction = 2;
-    sti_ope_gengatherr2dndir(&n, &ndim, &coord_stride, &node_total, &direction, connectivity,
-                             w.coords_g, w.coords_d, node_coords);
-  } else if (shape_code == 0x360B) {
-    sti_ope_gengatherrc3d10m(&n, &ndim, &coord_stride, &node_total, connectivity, w.coords_g,
-                             node_coords);
+    gather_planar_pairs(n, ndim, coord_stride, direction, connectivity, coords_g, coords_d,
+                        node_coords);
+  } else if (type->gather == Gather::kTenNode) {
+    gather_tet10(n, coord_stride, connectivity, coords_g, node_coords);
   } else {
     const int value_count = n * geom_node_count;
-    sti_ope_gengatherr(&value_count, &ndim, &coord_stride, &node_total, geometry_connectivity,
-                       w.coords_g, node_coords);
+    gather(value_count, ndim, coord_stride, geometry_connectivity, coords_g, node_coords);
   }
 
   // 9. The loop of the driver class.
   const float* thick = thickness;
+  // The moduli depend on the material, the section and the thickness, not on
+  // the point: with several points they are computed at a section's first
+  // point only, and at every point the statuses they set (7 or 8, whatever
+  // the element held) are set again over what the geometry left.
+  auto moduli_of_point = [&](int point_index, int code, float modulus_scale) {
+    if (run_point_count == 1) {
+      material::effective_moduli(n, ndim, elem_status, code, plane_stress_flag, uniaxial_flag,
+                                 modulus_scale, thickness, w.two_g, w.three_k, w.wave_modulus,
+                                 material_props);
+      return;
+    }
+    if (point_index == 1) {
+      for (int e = 0; e < n; ++e) w.modulus_status[e] = 0;
+      material::effective_moduli(n, ndim, w.modulus_status, code, plane_stress_flag,
+                                 uniaxial_flag, modulus_scale, thickness, w.two_g, w.three_k,
+                                 w.wave_modulus, material_props);
+    }
+    for (int e = 0; e < n; ++e)
+      elem_status[e] = w.modulus_status[e] != 0 ? w.modulus_status[e] : elem_status[e];
+  };
+
   if (elem_class == 1 || elem_class == 2) {
     // Continuum, truss, membrane, cohesive (1) and shells (2). The very first
     // point writes the result directly, unscaled; later ones through point_dt.
@@ -135,40 +184,35 @@ void run_batch(int coord_stride, int node_total, int n, int& call_status, int* e
     const float modulus_scale = elem_class == 1 && uniaxial_flag != 0 ? section_area : unit_scale;
     for (int section_index = 1; section_index <= sections; ++section_index) {
       for (int point_index = 1; point_index <= run_point_count; ++point_index) {
-        sti_ele_elementgeom(&n, &point_index, &run_point_count, &section_index,
-                            &geom_node_count, &elem_type_id, elem_status, &shape_code,
-                            &section_skip[section_index - 1], &coh_flag, &freq_flag, w.tri_flag,
-                            w.coords_g, w.coords_d, w.element_mass, thick, &coh_value,
-                            &section_area, density, w.lsq, w.freq, w.rule_n, w.rule_dn1,
-                            w.rule_dn2, w.rule_w);
-        sti_ele_effmodulus(&n, &ndim, elem_status, &material_code[section_index - 1],
-                           &plane_stress_flag, &uniaxial_flag, &modulus_scale, thick, w.two_g,
-                           w.three_k, w.wave_modulus, material_props);
+        element_geometry(n, point_index, run_point_count, section_index, elem_type_id, elem_status,
+                         shape_code, section_skip[section_index - 1], coh_flag, freq_flag,
+                         w.tri_flag, coords_g, coords_d, w.element_mass, thick, &coh_value,
+                         &section_area, density, w.lsq, w.freq, w.rule_n, w.rule_dn1, w.rule_dn2,
+                         w.rule_w, geometry);
+        moduli_of_point(point_index, material_code[section_index - 1], modulus_scale);
         const bool first = section_index == 1 && point_index == 1;
-        sti_ele_elementdt(&n, &plane_stress_flag, elem_status, &freq_flag, &alpha_damping,
-                          &beta_damping, &bulk_b1, w.lsq, w.freq, w.two_g, w.three_k,
-                          w.wave_modulus, w.element_mass, first ? stable_time : w.point_dt);
+        material::element_dt(n, plane_stress_flag, elem_status, freq_flag, alpha_damping,
+                             beta_damping, bulk_b1, w.lsq, w.freq, w.two_g, w.three_k,
+                             w.wave_modulus, w.element_mass, first ? stable_time : w.point_dt);
         if (!first) keep_scaled_minimum(n, w.point_dt, dt_scale, stable_time);
       }
     }
   } else if (elem_class == 3) {
     // Beams: every point, the first too, through point_dt and dt_scale.
     for (int point_index = 1; point_index <= run_point_count; ++point_index) {
-      sti_ope_beamelementgeom(&n, &point_index, &geom_node_count, elem_status, &shape_code,
-                              w.coords_g, w.element_mass, &section_area, density, w.lsq);
-      sti_ele_effmodulus(&n, &ndim, elem_status, &material_code[0], &plane_stress_flag,
-                         &uniaxial_flag, &section_area, thick, w.two_g, w.three_k,
-                         w.wave_modulus, material_props);
-      sti_ele_elementdt(&n, &plane_stress_flag, elem_status, &freq_flag, &alpha_damping,
-                        &beta_damping, &bulk_b1, w.lsq, w.freq, w.two_g, w.three_k,
-                        w.wave_modulus, w.element_mass, w.point_dt);
+      beam::beam_geometry(n, point_index, elem_status, shape_code, coords_g, w.element_mass,
+                          section_area, density, w.lsq);
+      moduli_of_point(point_index, material_code[0], section_area);
+      material::element_dt(n, plane_stress_flag, elem_status, freq_flag, alpha_damping,
+                           beta_damping, bulk_b1, w.lsq, w.freq, w.two_g, w.three_k,
+                           w.wave_modulus, w.element_mass, w.point_dt);
       keep_scaled_minimum(n, w.point_dt, dt_scale, stable_time);
     }
   } else if (elem_class == 4) {
     // Acoustic: no point loop and no moduli.
-    sti_ele_acelementgeom(&n, &geom_node_count, elem_status, &shape_code, w.tri_flag,
-                          w.coords_g, w.element_mass, w.lsq);
-    sti_ope_acousticelemdt(&n, elem_status, density, w.lsq, stable_time, material_props);
+    acoustic::element_length(n, elem_status, shape_code, w.tri_flag, coords_g, w.element_mass,
+                             w.lsq);
+    acoustic::increment(n, elem_status, density, w.lsq, stable_time, material_props);
   }
 
   // 10. The batch reports the status of its last failed element.
@@ -176,20 +220,4 @@ void run_batch(int coord_stride, int node_total, int n, int& call_status, int* e
     if (elem_status[e] != 0) call_status = elem_status[e];
 }
 
-}  // namespace
 }  // namespace sti::pipeline
-
-extern "C" STI_EXPORT void sti_ele_stabletime(
-    const int* coord_stride, const int* node_total, const int* batch_count, int* call_status,
-    int* elem_status, const int* point_count, const int* section_count, const int* node_count,
-    const int* section_skip, const int* material_code, const int* elem_type_id,
-    const int* connectivity, const float* node_coords, const float* thickness,
-    const float* unit_scale, const float* section_area, const float* alpha_damping,
-    const float* beta_damping, const float* bulk_scale, const float* density,
-    const float* cohesive_params, float* stable_time, const float* material_props) {
-  sti::pipeline::run_batch(*coord_stride, *node_total, *batch_count, *call_status, elem_status,
-                           *point_count, *section_count, *node_count, section_skip,
-                           material_code, *elem_type_id, connectivity, node_coords, thickness,
-                           *unit_scale, *section_area, *alpha_damping, *beta_damping,
-                           *bulk_scale, density, cohesive_params, stable_time, material_props);
-}

@@ -4,6 +4,7 @@
 // tetrahedron. Node numbers are one-based and trusted.
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "pipeline/pipeline.hpp"
 
 namespace sti::pipeline {
 namespace {
@@ -23,13 +24,31 @@ inline float node_value(const float* node_coords, int coord_stride, const int* c
   return node_coords[static_cast<long long>(node - 1) * coord_stride + c];
 }
 
-void gather(int value_count, int ndim, int coord_stride, const int* node_list, float* values_out,
-            const float* node_coords) {
-  if (ndim == 2 || ndim == 3) {
-    for (int c = 0; c < ndim; ++c)
-      for (int i = 0; i < value_count; ++i)
-        values_out[i + value_count * c] =
-            node_coords[static_cast<long long>(node_list[i] - 1) * coord_stride + c];
+}  // namespace
+
+namespace {
+
+// The first D floats of each listed node, in one pass over the list: each
+// node's floats are read together, and the loop vectorises into gathers where
+// the vector unit has them.
+template <int D>
+void gather_components(int value_count, int coord_stride, const int* STI_RESTRICT node_list,
+                       float* STI_RESTRICT values_out, const float* STI_RESTRICT node_coords) {
+  for (int i = 0; i < value_count; ++i) {
+    const float* node = node_coords + static_cast<long long>(node_list[i] - 1) * coord_stride;
+#pragma GCC unroll 3
+    for (int c = 0; c < D; ++c) values_out[i + value_count * c] = node[c];
+  }
+}
+
+}  // namespace
+
+void gather(int value_count, int ndim, int coord_stride, const int* STI_RESTRICT node_list,
+            float* STI_RESTRICT values_out, const float* STI_RESTRICT node_coords) {
+  if (ndim == 3) {
+    gather_components<3>(value_count, coord_stride, node_list, values_out, node_coords);
+  } else if (ndim == 2) {
+    gather_components<2>(value_count, coord_stride, node_list, values_out, node_coords);
   } else {
     for (int i = 0; i < value_count; ++i)
       values_out[i] =
@@ -40,8 +59,8 @@ void gather(int value_count, int ndim, int coord_stride, const int* node_list, f
 // Mid-points and half differences of the pairs (t0, t3) and (t1, t2): the half
 // difference is formed as half the difference of the two ends.
 void gather_planar_pairs(int n, int ndim, int coord_stride, int direction,
-                         const int* connectivity, float* coords_g, float* coords_d,
-                         const float* node_coords) {
+                         const int* STI_RESTRICT connectivity, float* STI_RESTRICT coords_g,
+                         float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords) {
   if (direction < -2 || direction > 2) return;
   const int* t = kPlanarPairs[direction + 2];
   for (int c = 0; c < ndim; ++c) {
@@ -63,8 +82,8 @@ void gather_planar_pairs(int n, int ndim, int coord_stride, int direction,
 // Mid-surface points of the four pairs (t(k), t(k + 4)) and the half-thickness
 // vectors, formed as the mean minus the first end.
 void gather_solid_pairs(int n, int ndim, int coord_stride, int direction,
-                        const int* connectivity, float* coords_g, float* coords_d,
-                        const float* node_coords) {
+                        const int* STI_RESTRICT connectivity, float* STI_RESTRICT coords_g,
+                        float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords) {
   if (direction < -2 || direction > 3) return;
   const int* t = kSolidPairs[direction + 2];
   const bool by_component = ndim == 2 || ndim == 3;
@@ -87,14 +106,16 @@ void gather_solid_pairs(int n, int ndim, int coord_stride, int direction,
 
 // The ten nodes of the tetrahedron, then its centroid (node 11) and the four
 // face points (nodes 12 to 15), by the design's fixed weights.
-void gather_tet10(int n, int coord_stride, const int* connectivity, float* coords_g,
-                  const float* node_coords) {
+void gather_tet10(int n, int coord_stride, const int* STI_RESTRICT connectivity,
+                  float* STI_RESTRICT coords_g, const float* STI_RESTRICT node_coords) {
   constexpr int K = 15;
-  for (int c = 0; c < 3; ++c)
-    for (int k = 0; k < 10; ++k)
-      for (int e = 0; e < n; ++e)
-        coords_g[at(n, K, e, k, c)] =
-            node_value(node_coords, coord_stride, connectivity, n, e, k + 1, c);
+  for (int k = 0; k < 10; ++k)
+    for (int e = 0; e < n; ++e) {
+      const float* node =
+          node_coords + static_cast<long long>(connectivity[e + n * k] - 1) * coord_stride;
+#pragma GCC unroll 3
+      for (int c = 0; c < 3; ++c) coords_g[at(n, K, e, k, c)] = node[c];
+    }
 
   constexpr float kCornerWeight = 0.006803281f;
   constexpr float kMidsideWeight = 0.16213115f;
@@ -120,43 +141,4 @@ void gather_tet10(int n, int coord_stride, const int* connectivity, float* coord
   }
 }
 
-}  // namespace
 }  // namespace sti::pipeline
-
-extern "C" STI_EXPORT void sti_ope_gengatherr(const int* value_count, const int* ndim,
-                                              const int* coord_stride, const int* node_total,
-                                              const int* node_list, float* values_out,
-                                              const float* node_coords) {
-  (void)node_total;
-  sti::pipeline::gather(*value_count, *ndim, *coord_stride, node_list, values_out, node_coords);
-}
-
-extern "C" STI_EXPORT void sti_ope_gengatherr2dndir(const int* batch_count, const int* ndim,
-                                                    const int* coord_stride,
-                                                    const int* node_total, const int* direction,
-                                                    const int* connectivity, float* coords_g,
-                                                    float* coords_d, const float* node_coords) {
-  (void)node_total;
-  sti::pipeline::gather_planar_pairs(*batch_count, *ndim, *coord_stride, *direction,
-                                     connectivity, coords_g, coords_d, node_coords);
-}
-
-extern "C" STI_EXPORT void sti_ope_gengatherr3dndir(const int* batch_count, const int* ndim,
-                                                    const int* coord_stride,
-                                                    const int* node_total, const int* direction,
-                                                    const int* connectivity, float* coords_g,
-                                                    float* coords_d, const float* node_coords) {
-  (void)node_total;
-  sti::pipeline::gather_solid_pairs(*batch_count, *ndim, *coord_stride, *direction,
-                                    connectivity, coords_g, coords_d, node_coords);
-}
-
-extern "C" STI_EXPORT void sti_ope_gengatherrc3d10m(const int* batch_count, const int* ndim,
-                                                    const int* coord_stride,
-                                                    const int* node_total,
-                                                    const int* connectivity, float* coords_g,
-                                                    const float* node_coords) {
-  (void)ndim;
-  (void)node_total;
-  sti::pipeline::gather_tet10(*batch_count, *coord_stride, connectivity, coords_g, node_coords);
-}

@@ -5,6 +5,7 @@
 
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "pipeline/pipeline.hpp"
 
 namespace sti::pipeline {
 namespace {
@@ -57,8 +58,11 @@ void triangle_row(SurfacePoint p, int i, int rule_nodes, float* rule_n, float* r
   d2[0] = -0.25f, d2[1] = 0.0f, d2[2] = 0.5f, d2[3] = -0.25f;
 }
 
+}  // namespace
+
 void full_integration_rule(int rule_kind, int rule_family, int rule_nodes, int point_count,
-                           float* rule_n, float* rule_dn1, float* rule_dn2, float* rule_w) {
+                           float* STI_RESTRICT rule_n, float* STI_RESTRICT rule_dn1,
+                           float* STI_RESTRICT rule_dn2, float* STI_RESTRICT rule_w) {
   if (rule_family != 2) return;
   // Rows past the fourth (types catalogued with more points) are never read.
   const int rows = point_count < 4 ? point_count : 4;
@@ -88,6 +92,8 @@ void full_integration_rule(int rule_kind, int rule_family, int rule_nodes, int p
     }
   }
 }
+
+namespace {
 
 // Gauss-Legendre abscissae (ascending) and weights on [-1, 1], orders 2 to 7.
 struct GaussRule {
@@ -133,8 +139,10 @@ void symmetrise(int count, float c, float* points, float* weights, int* order) {
   }
 }
 
-void section_rule(int& count, float center, float width, float* points, float* weights,
-                  int* order, int& kind) {
+}  // namespace
+
+void section_rule(int& count, float center, float width, float* STI_RESTRICT points,
+                  float* STI_RESTRICT weights, int* STI_RESTRICT order, int& kind) {
   const float h = width / 2.0f;
   const float c = center;
   // count - 1 in 64 bits, so that no count overflows; the same float otherwise.
@@ -192,19 +200,4 @@ void section_rule(int& count, float center, float width, float* points, float* w
   symmetrise(count, c, points, weights, order);
 }
 
-}  // namespace
 }  // namespace sti::pipeline
-
-extern "C" STI_EXPORT void sti_ope_fullintegrule(const int* rule_kind, const int* rule_family,
-                                                 const int* rule_nodes, const int* point_count,
-                                                 float* rule_n, float* rule_dn1, float* rule_dn2,
-                                                 float* rule_w) {
-  sti::pipeline::full_integration_rule(*rule_kind, *rule_family, *rule_nodes, *point_count,
-                                       rule_n, rule_dn1, rule_dn2, rule_w);
-}
-
-extern "C" STI_EXPORT void sti_ope_integrule(int* count, const float* center, const float* width,
-                                             float* points, float* weights, int* order,
-                                             int* kind) {
-  sti::pipeline::section_rule(*count, *center, *width, points, weights, order, *kind);
-}

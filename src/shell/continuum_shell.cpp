@@ -7,11 +7,11 @@
 
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "shell/shell.hpp"
 
 namespace sti::shell {
 
 namespace {
-inline constexpr float kSixth = std::bit_cast<float>(0x3E2AAAABu);      // 0.16666667
 inline constexpr float kThinLimit = std::bit_cast<float>(0x358637BDu);  // 1.0e-6
 
 inline float global_length(const float* d, int n, int e, int k) {
@@ -20,11 +20,11 @@ inline float global_length(const float* d, int n, int e, int k) {
 }
 }  // namespace
 
-void continuum_shell(int n, int* __restrict elem_status, const float* __restrict tri_flag,
-                     const float* __restrict local_g, const float* __restrict coords_d,
-                     const float* __restrict local_d, float* __restrict element_mass,
-                     const float* __restrict thickness, const float* __restrict density,
-                     float* __restrict lsq) {
+void continuum_shell(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT tri_flag,
+                     const float* STI_RESTRICT local_g, const float* STI_RESTRICT coords_d,
+                     const float* STI_RESTRICT local_d, float* STI_RESTRICT element_mass,
+                     const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
+                     float* STI_RESTRICT lsq) {
   for (int e = 0; e < n; ++e) {
     const float x1 = local_g[at(n, 4, e, 0, 0)], y1 = local_g[at(n, 4, e, 0, 1)];
     const float x2 = local_g[at(n, 4, e, 1, 0)], y2 = local_g[at(n, 4, e, 1, 1)];
@@ -44,7 +44,7 @@ void continuum_shell(int n, int* __restrict elem_status, const float* __restrict
 
     const float e1 = 0.5f * y24, e2 = -0.5f * x24, e3 = 0.5f * y31, e4 = 0.5f * x13;
     const float w = g + e1 * e1 + e2 * e2 + e3 * e3 + e4 * e4 - tri * (e1 * e3 + e2 * e4);
-    const float l = (tri * kSixth + 0.5f) * padded / w;
+    const float l = (tri * kOneSixth + 0.5f) * padded / w;
     lsq[e] = l;
 
     // Thinness, on the half-thickness vectors in three dimensions: the
@@ -82,12 +82,3 @@ void continuum_shell(int n, int* __restrict elem_status, const float* __restrict
 }
 
 }  // namespace sti::shell
-
-extern "C" STI_EXPORT void sti_ope_sc3dgeom(const int* batch_count, int* elem_status,
-                                            const float* tri_flag, const float* local_g,
-                                            const float* coords_d, const float* local_d,
-                                            float* element_mass, const float* thickness,
-                                            const float* density, float* lsq) {
-  sti::shell::continuum_shell(*batch_count, elem_status, tri_flag, local_g, coords_d, local_d,
-                              element_mass, thickness, density, lsq);
-}

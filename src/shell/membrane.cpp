@@ -8,6 +8,7 @@
 
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "shell/shell.hpp"
 
 namespace sti::shell {
 
@@ -15,12 +16,12 @@ namespace {
 constexpr int kRuleNodes = 4;
 }  // namespace
 
-void full_membrane(int n, int* __restrict elem_status, int point_index,
-                   const float* __restrict tri_flag, const float* rule_dn1, const float* rule_dn2,
-                   const float* __restrict local_g, float* __restrict work_a,
-                   float* __restrict work_b, float* __restrict element_mass,
-                   const float* __restrict thickness, const float* __restrict density,
-                   float* __restrict lsq) {
+void full_membrane(int n, int* STI_RESTRICT elem_status, int point_index,
+                   const float* STI_RESTRICT tri_flag, const float* STI_RESTRICT rule_dn1,
+                   const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT local_g,
+                   float* STI_RESTRICT work_a, float* STI_RESTRICT work_b,
+                   float* STI_RESTRICT element_mass, const float* STI_RESTRICT thickness,
+                   const float* STI_RESTRICT density, float* STI_RESTRICT lsq) {
   if (n < 1) return;
   const int row = kRuleNodes * (point_index - 1);
   const float a1 = rule_dn1[row + 0], a2 = rule_dn1[row + 1];
@@ -68,10 +69,10 @@ void full_membrane(int n, int* __restrict elem_status, int point_index,
   }
 }
 
-void axisymmetric_shell(int n, int* __restrict elem_status, const float* __restrict coords_g,
-                        float* __restrict local_line, float* __restrict element_mass,
-                        const float* __restrict thickness, const float* __restrict density,
-                        float* __restrict lsq) {
+void axisymmetric_shell(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT coords_g,
+                        float* STI_RESTRICT local_line, float* STI_RESTRICT element_mass,
+                        const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
+                        float* STI_RESTRICT lsq) {
   for (int e = 0; e < n; ++e) {
     const float x1 = coords_g[at(n, 2, e, 0, 0)], y1 = coords_g[at(n, 2, e, 0, 1)];
     const float x2 = coords_g[at(n, 2, e, 1, 0)], y2 = coords_g[at(n, 2, e, 1, 1)];
@@ -99,23 +100,3 @@ void axisymmetric_shell(int n, int* __restrict elem_status, const float* __restr
 }
 
 }  // namespace sti::shell
-
-extern "C" STI_EXPORT void sti_ope_m3d4geom(const int* batch_count, int* elem_status,
-                                            const int* point_index, const int* run_point_count,
-                                            const float* tri_flag, const float* rule_dn1,
-                                            const float* rule_dn2, const float* local_g,
-                                            float* work_a, float* work_b, float* element_mass,
-                                            const float* thickness, const float* density,
-                                            float* lsq) {
-  (void)run_point_count;  // an array extent only
-  sti::shell::full_membrane(*batch_count, elem_status, *point_index, tri_flag, rule_dn1, rule_dn2,
-                            local_g, work_a, work_b, element_mass, thickness, density, lsq);
-}
-
-extern "C" STI_EXPORT void sti_ope_maxl2geom(const int* batch_count, int* elem_status,
-                                             const float* coords_g, float* local_line,
-                                             float* element_mass, const float* thickness,
-                                             const float* density, float* lsq) {
-  sti::shell::axisymmetric_shell(*batch_count, elem_status, coords_g, local_line, element_mass,
-                                 thickness, density, lsq);
-}

@@ -8,6 +8,7 @@
 
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "shell/shell.hpp"
 
 namespace sti::shell {
 
@@ -22,8 +23,8 @@ inline float squared_distance(float xa, float ya, float xb, float yb) {
 }
 }  // namespace
 
-void triangle_frequency(int n, const float* __restrict coords, const float* __restrict work_b,
-                        float* __restrict freq) {
+void triangle_frequency(int n, const float* STI_RESTRICT coords, const float* STI_RESTRICT work_b,
+                        float* STI_RESTRICT freq) {
   float* freq_a = freq;
   float* freq_b = freq + n;
   for (int e = 0; e < n; ++e) {
@@ -42,9 +43,9 @@ void triangle_frequency(int n, const float* __restrict coords, const float* __re
   }
 }
 
-void quadrilateral_frequency(int full_integration, int n, const float* __restrict coords,
-                             const float* __restrict work_a, const float* __restrict work_b,
-                             float* __restrict freq) {
+void quadrilateral_frequency(int full_integration, int n, const float* STI_RESTRICT coords,
+                             const float* STI_RESTRICT work_a, const float* STI_RESTRICT work_b,
+                             float* STI_RESTRICT freq) {
   float* freq_a = freq;
   float* freq_b = freq + n;
   for (int e = 0; e < n; ++e) {
@@ -90,16 +91,3 @@ void quadrilateral_frequency(int full_integration, int n, const float* __restric
 }
 
 }  // namespace sti::shell
-
-extern "C" STI_EXPORT void sti_ope_3nodeelempsfreqgeom(const int* batch_count, const float* coords,
-                                                       const float* work_b, float* freq) {
-  sti::shell::triangle_frequency(*batch_count, coords, work_b, freq);
-}
-
-extern "C" STI_EXPORT void sti_ope_4nodeelempsfreqgeom(const int* full_integration,
-                                                       const int* batch_count,
-                                                       const float* coords, const float* work_a,
-                                                       const float* work_b, float* freq) {
-  sti::shell::quadrilateral_frequency(*full_integration, *batch_count, coords, work_a, work_b,
-                                      freq);
-}

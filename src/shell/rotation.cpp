@@ -2,12 +2,11 @@
 // The origin is not moved: later formulas use differences only.
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "shell/shell.hpp"
 
 namespace sti::shell {
-namespace {
-
-void rotate_into_frame(int n, const float* __restrict vectors, float* __restrict local,
-                       const float* __restrict frame) {
+void rotate_into_frame(int n, const float* STI_RESTRICT vectors, float* STI_RESTRICT local,
+                       const float* STI_RESTRICT frame) {
   constexpr int K = 4;
   auto axis = [&](int e, int c, int a) { return frame[e + n * (c + 3 * a)]; };
   for (int k = 0; k < K; ++k) {
@@ -21,10 +20,4 @@ void rotate_into_frame(int n, const float* __restrict vectors, float* __restrict
   }
 }
 
-}  // namespace
 }  // namespace sti::shell
-
-extern "C" STI_EXPORT void sti_ope_m3dq4rot(const int* batch_count, const float* vectors,
-                                            float* local_vectors, const float* frame) {
-  sti::shell::rotate_into_frame(*batch_count, vectors, local_vectors, frame);
-}

@@ -7,6 +7,7 @@
 // this route whatever their frequency flag says.
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "shell/shell.hpp"
 
 namespace sti::shell {
 
@@ -19,12 +20,12 @@ inline float squared_distance(float xa, float ya, float xb, float yb) {
 }
 }  // namespace
 
-void small_strain_shell_frequency(int n, const float* __restrict coords,
-                                  const float* __restrict work_a, const float* __restrict work_b,
-                                  float* __restrict lsq, const float* __restrict tri_flag,
-                                  float* __restrict freq) {
-  float* __restrict freq_a = freq;
-  float* __restrict freq_b = freq + n;
+void small_strain_shell_frequency(int n, const float* STI_RESTRICT coords,
+                                  const float* STI_RESTRICT work_a,
+                                  const float* STI_RESTRICT work_b, float* STI_RESTRICT lsq,
+                                  const float* STI_RESTRICT tri_flag, float* STI_RESTRICT freq) {
+  float* STI_RESTRICT freq_a = freq;
+  float* STI_RESTRICT freq_b = freq + n;
   for (int e = 0; e < n; ++e) {
     const float x1 = coords[at(n, 4, e, 0, 0)], y1 = coords[at(n, 4, e, 0, 1)];
     const float x2 = coords[at(n, 4, e, 1, 0)], y2 = coords[at(n, 4, e, 1, 1)];
@@ -57,10 +58,3 @@ void small_strain_shell_frequency(int n, const float* __restrict coords,
 }
 
 }  // namespace sti::shell
-
-extern "C" STI_EXPORT void sti_ope_s4rsfreqgeom(const int* batch_count, const float* coords,
-                                                const float* work_a, const float* work_b,
-                                                float* lsq, const float* tri_flag, float* freq) {
-  sti::shell::small_strain_shell_frequency(*batch_count, coords, work_a, work_b, lsq, tri_flag,
-                                           freq);
-}

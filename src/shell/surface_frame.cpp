@@ -6,6 +6,7 @@
 // follows finds a zero area and reports it.
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "shell/shell.hpp"
 
 namespace sti::shell {
 
@@ -22,10 +23,10 @@ inline Vec3 node_of(const float* coords, int n, int e, int k) {
 // element's four nodes. The nine rows of the frame are disjoint, and saying so
 // lets the loop run on vectors.
 template <class Tangents>
-void frame_rows(int n, const float* __restrict coords, Tangents tangents, float* __restrict sx,
-                float* __restrict sy, float* __restrict sz, float* __restrict tx,
-                float* __restrict ty, float* __restrict tz, float* __restrict nx,
-                float* __restrict ny, float* __restrict nz) {
+void frame_rows(int n, const float* STI_RESTRICT coords, Tangents tangents, float* STI_RESTRICT sx,
+                float* STI_RESTRICT sy, float* STI_RESTRICT sz, float* STI_RESTRICT tx,
+                float* STI_RESTRICT ty, float* STI_RESTRICT tz, float* STI_RESTRICT nx,
+                float* STI_RESTRICT ny, float* STI_RESTRICT nz) {
   for (int e = 0; e < n; ++e) {
     Vec3 a, b;
     tangents(node_of(coords, n, e, 0), node_of(coords, n, e, 1), node_of(coords, n, e, 2),
@@ -58,8 +59,9 @@ void frames(int n, const float* coords, Tangents tangents, float* frame) {
 
 }  // namespace
 
-void surface_frame(int n, int point_index, int run_point_count, const float* rule_dn1,
-                   const float* rule_dn2, const float* coords, float* frame) {
+void surface_frame(int n, int point_index, int run_point_count, const float* STI_RESTRICT rule_dn1,
+                   const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT coords,
+                   float* STI_RESTRICT frame) {
   if (n < 1) return;
   if (run_point_count == 1) {
     // Unscaled tangents of the element centre.
@@ -92,11 +94,3 @@ void surface_frame(int n, int point_index, int run_point_count, const float* rul
 }
 
 }  // namespace sti::shell
-
-extern "C" STI_EXPORT void sti_ope_m3dq4normal(const int* batch_count, const int* point_index,
-                                               const int* run_point_count, const float* rule_dn1,
-                                               const float* rule_dn2, const float* coords_g,
-                                               float* frame) {
-  sti::shell::surface_frame(*batch_count, *point_index, *run_point_count, rule_dn1, rule_dn2,
-                            coords_g, frame);
-}

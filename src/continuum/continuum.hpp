@@ -1,0 +1,57 @@
+// Geometry of plane, axisymmetric and solid continuum elements: measures,
+// face areas and the sub-shapes of the modified second-order elements.
+#pragma once
+
+#include "common/numerics.hpp"
+
+namespace sti::continuum {
+
+// Zero-based nodes of the fifteen-point tetrahedron at the corners of each
+// hexahedral piece: the element corner, three mid-side nodes, three face
+// centres and the element centre (node 10), corners 1 to 4 lying in a face of
+// the element.
+inline constexpr int kTetrahedronPieces[4][8] = {{0, 4, 11, 6, 7, 12, 10, 14},
+                                                 {1, 5, 11, 4, 8, 13, 10, 12},
+                                                 {2, 6, 11, 5, 9, 14, 10, 13},
+                                                 {3, 8, 12, 7, 9, 13, 10, 14}};
+
+void plane_quadrilateral(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT tri_flag,
+                         const float* STI_RESTRICT coords, float* STI_RESTRICT work_a,
+                         float* STI_RESTRICT work_b, float* STI_RESTRICT element_mass,
+                         const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
+                         float* STI_RESTRICT lsq);
+
+void axisymmetric_quadrilateral(int n, int* STI_RESTRICT elem_status,
+                                const float* STI_RESTRICT tri_flag,
+                                const float* STI_RESTRICT coords, float* STI_RESTRICT element_mass,
+                                const float* STI_RESTRICT density, float* STI_RESTRICT lsq);
+
+void hexahedron(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT coords,
+                float* STI_RESTRICT work_a, float* STI_RESTRICT work_b,
+                float* STI_RESTRICT element_mass, const float* STI_RESTRICT density,
+                float* STI_RESTRICT lsq);
+
+void hexahedron_face_area(int n, int elem_type_id, const float* STI_RESTRICT coords,
+                          float* STI_RESTRICT freq, const float* STI_RESTRICT work_a,
+                          const float* STI_RESTRICT work_b);
+
+void six_node_triangle_piece(int n, int point_index, float* STI_RESTRICT quad_coords,
+                             const float* STI_RESTRICT coords);
+
+void ten_node_tetrahedron_piece(int n, int point_index, float* STI_RESTRICT hex_coords,
+                                const float* STI_RESTRICT coords);
+
+void tetrahedron_piece_face_area(int n, int point_index, const float* STI_RESTRICT hex_coords,
+                                 float* STI_RESTRICT freq, const float* STI_RESTRICT work_a);
+
+// The hexahedral piece of a point of the ten-node tetrahedron, and its face
+// areas, read in place from the fifteen gathered points: the same operations
+// as hexahedron and tetrahedron_piece_face_area on a copy of the piece.
+void ten_node_piece(int n, int point_index, int* STI_RESTRICT elem_status,
+                    const float* STI_RESTRICT coords, float* STI_RESTRICT work_a,
+                    float* STI_RESTRICT work_b, float* STI_RESTRICT element_mass,
+                    const float* STI_RESTRICT density, float* STI_RESTRICT lsq);
+void ten_node_piece_face_area(int n, int point_index, const float* STI_RESTRICT coords,
+                              float* STI_RESTRICT freq, const float* STI_RESTRICT work_a);
+
+}  // namespace sti::continuum

@@ -1,0 +1,84 @@
+// Stages of the batch pipeline: classification, rule tables, gathers, the
+// geometry dispatch and the batch driver.
+#pragma once
+
+#include "common/numerics.hpp"
+
+namespace sti::pipeline {
+
+// Work arrays of the geometry stages of one point, element-fastest. A batch
+// has one shape, so the arrays of different shapes share their storage.
+struct CohesiveFrameTerms {
+  float work_a[kBatchCapacity];          // derivative terms of the normal's length
+  float work_b[kBatchCapacity * 3 * 2];  // the two tangents
+};
+struct SurfaceWork {
+  float frame[kBatchCapacity * 3 * 3];    // s, t, n of each element
+  float local_g[kBatchCapacity * 4 * 3];  // the four points in that frame
+  union {
+    float local_d[kBatchCapacity * 4 * 3];  // continuum shells: half differences in the frame
+    CohesiveFrameTerms cohesive;            // solid cohesive elements
+  };
+};
+union ShapeWork {
+  float quad_coords[kBatchCapacity * 4 * 2];  // six-node triangles: the point's quadrilateral
+  float local_line[kBatchCapacity * 2 * 2];   // axisymmetric shells
+  SurfaceWork surface;                        // membranes, shells, cohesive solids
+};
+// Where the caller keeps them.
+struct GeometryWork {
+  float* work_a;     // padded area or volume
+  float* work_b;     // its guarded reciprocal
+  ShapeWork* shape;  // the shape's own arrays
+};
+
+void classify(int n, int node_count, int& geom_node_count, int& ndim, int& run_point_count,
+              int elem_type_id, int& unsupported, int& plane_stress_flag, int& uniaxial_flag,
+              int& shape_code, int& elem_class, const int* STI_RESTRICT connectivity,
+              int* STI_RESTRICT expanded, int* STI_RESTRICT elem_status, int& freq_flag,
+              float& dt_scale, float& bulk_b1, float* STI_RESTRICT tri_flag);
+
+void full_integration_rule(int rule_kind, int rule_family, int rule_nodes, int point_count,
+                           float* STI_RESTRICT rule_n, float* STI_RESTRICT rule_dn1,
+                           float* STI_RESTRICT rule_dn2, float* STI_RESTRICT rule_w);
+
+void section_rule(int& count, float center, float width, float* STI_RESTRICT points,
+                  float* STI_RESTRICT weights, int* STI_RESTRICT order, int& kind);
+
+void gather(int value_count, int ndim, int coord_stride, const int* STI_RESTRICT node_list,
+            float* STI_RESTRICT values_out, const float* STI_RESTRICT node_coords);
+
+void gather_planar_pairs(int n, int ndim, int coord_stride, int direction,
+                         const int* STI_RESTRICT connectivity, float* STI_RESTRICT coords_g,
+                         float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords);
+
+void gather_solid_pairs(int n, int ndim, int coord_stride, int direction,
+                        const int* STI_RESTRICT connectivity, float* STI_RESTRICT coords_g,
+                        float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords);
+
+void gather_tet10(int n, int coord_stride, const int* STI_RESTRICT connectivity,
+                  float* STI_RESTRICT coords_g, const float* STI_RESTRICT node_coords);
+
+void element_geometry(int n, int point_index, int run_point_count, int section_index,
+                      int elem_type_id, int* STI_RESTRICT elem_status, int shape_code,
+                      int section_skip, int coh_flag, int freq_flag,
+                      const float* STI_RESTRICT tri_flag, const float* STI_RESTRICT coords_g,
+                      const float* STI_RESTRICT coords_d, float* STI_RESTRICT element_mass,
+                      const float* STI_RESTRICT thickness, const float* STI_RESTRICT coh_value,
+                      const float* STI_RESTRICT section_area, const float* STI_RESTRICT density,
+                      float* STI_RESTRICT lsq, float* STI_RESTRICT freq,
+                      const float* STI_RESTRICT rule_n, const float* STI_RESTRICT rule_dn1,
+                      const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT rule_w,
+                      const GeometryWork& work);
+
+void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem_status,
+               int point_count, int section_count, int node_count,
+               const int* STI_RESTRICT section_skip, const int* STI_RESTRICT material_code,
+               int elem_type_id, const int* STI_RESTRICT connectivity,
+               const float* STI_RESTRICT node_coords, const float* STI_RESTRICT thickness,
+               float unit_scale, float section_area, float alpha_damping, float beta_damping,
+               float bulk_scale, const float* STI_RESTRICT density,
+               const float* STI_RESTRICT cohesive_params, float* STI_RESTRICT stable_time,
+               const float* STI_RESTRICT material_props);
+
+}  // namespace sti::pipeline
