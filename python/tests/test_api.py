@@ -46,17 +46,13 @@ def test_compute_is_bit_identical_to_the_c_entry(direct, name, nodes, options):
     density = RNG.uniform(1e-9, 8e-9, len(conn)).astype(np.float32)
     density[5] = 0.0  # one failing element
     material = st.AcousticFluid(2200.0, 0.0) if name.startswith("AC") else STEEL
-    thickness = options.get("thickness")
-    thick_array = None if thickness is None else np.full(len(conn), thickness, np.float32)
-    got = st.compute(name, xyz, conn, material, density, thickness,
-                     bulk_scale=options.get("bulk_scale", 1.0),
-                     section_area=options.get("section_area"), alpha=options.get("alpha", 0.0),
-                     beta=options.get("beta", 0.0), cohesive=options.get("cohesive"))
+    o = dict(dict(thickness=None, bulk_scale=1.0, section_area=None, alpha=0.0, beta=0.0,
+                  cohesive=None), **options)
+    got = st.compute(name, xyz, conn, material, density, **o)
     code, props = st.materials.resolve(material, acoustic=name.startswith("AC"))
-    section = [options.get("section_area", 0.0), options.get("alpha", 0.0),
-               options.get("beta", 0.0)]
-    dt, codes, result = direct(name, xyz, conn, code, props, density, thick_array,
-                               options.get("bulk_scale", 1.0), section, options.get("cohesive"))
+    thickness = None if o["thickness"] is None else np.full(len(conn), o["thickness"])
+    dt, codes, result = direct(name, xyz, conn, code, props, density, thickness, o["bulk_scale"],
+                               [o["section_area"] or 0.0, o["alpha"], o["beta"]], o["cohesive"])
     assert got.dt.tobytes() == dt.tobytes() and np.array_equal(got.code, codes)
     assert got.call_code == result and got.code[5] != 0
 
