@@ -38,9 +38,8 @@ def _bars(path, lengths, points=None):
     if points is None:
         x = np.concatenate([[0.0], np.cumsum(lengths)])
         points = np.column_stack([x, 0 * x, 0 * x])
-    n = len(points) - 1
-    meshio.write(path, meshio.Mesh(np.asarray(points, float),
-                                   [("line", np.column_stack([np.arange(n), np.arange(1, n + 1)]))]))
+    lines = np.column_stack([np.arange(len(points) - 1), np.arange(1, len(points))])
+    meshio.write(path, meshio.Mesh(np.asarray(points, float), [("line", lines)]))
     return path
 
 
@@ -140,7 +139,8 @@ def test_failed_elements_give_status_1_valid_json_and_nan_cells(run_tool, tmp_pa
     report, _ = _json(run_tool, path, *options, "--output", tmp_path / "o.vtu")
     assert [(f["code"], f["elements"]) for f in report["failures"]] == failures
     failed = sorted(sum((elements for _, elements in failures), []))
-    assert report["failed_count"] == len(failed) and (report["minimum"] is None) == (failed == [1, 2])
+    assert report["failed_count"] == len(failed)
+    assert (report["minimum"] is None) == (failed == [1, 2])
     dt = meshio.read(tmp_path / "o.vtu").cell_data["stable_time"][0]
     assert (np.flatnonzero(np.isnan(dt)) + 1).tolist() == failed
     status, out, _ = run_tool(path, *options)
@@ -167,7 +167,8 @@ def test_thickness_reaches_only_surface_types(run_tool, tmp_path):
     for t in ("1", "4"):
         report, _ = _json(run_tool, path, *STEEL, "--all-blocks", "--element", "quad=S4R",
                           "--csv", tmp_path / f"{t}.csv", "--thickness", t, "--target-dt", "1")
-        rows[t] = {r["number"]: r["increment"] for r in csv.DictReader(open(tmp_path / f"{t}.csv"))}
+        rows[t] = {r["number"]: r["increment"]
+                   for r in csv.DictReader(open(tmp_path / f"{t}.csv"))}
         masses[t] = {r["block"]: r["mass"] for r in report["mass_scaling"]["blocks"]}
     # The hexahedra 1, 2 keep their increments; so does the S4R shell 3, whose
     # mass and stiffness are both proportional to the thickness.
@@ -310,7 +311,8 @@ def test_text_report_files_and_histogram(run_tool, tmp_path, monkeypatch):
         assert expected in lines
     assert any(line.startswith("chords ") for line in lines) and "Model minimum:" in out
     assert [line for line in lines if line.startswith("wrote ")] == [
-        f"wrote {tmp_path / 'a.csv'}: 96 elements", f"wrote {tmp_path / 'h.png'}: histogram of 96 elements"]
+        f"wrote {tmp_path / 'a.csv'}: 96 elements",
+        f"wrote {tmp_path / 'h.png'}: histogram of 96 elements"]
     assert (tmp_path / "h.png").read_bytes()[:4] == b"\x89PNG"
     (ax,) = [f for f in figures if hasattr(f, "axes")][0].axes
     assert (ax.get_yscale(), ax.get_xscale()) == ("log", "log")
@@ -325,8 +327,9 @@ def test_config_file_sets_blocks(run_tool, tmp_path):
                     '[blocks.braces]\nsection_area = 100.0\ndensity = 2.7e-9\n'
                     'material = { type = "elastic", E = 70000.0, nu = 0.33 }\n')
     from_file, _ = _json(run_tool, TRUSS[0], "--config", toml)
-    from_line, _ = _json(run_tool, *TRUSS, "--set", "braces.section_area=100", "--set",
-                         "braces.density=2.7e-9", "--set", "braces.material=elastic:E=70000,nu=0.33")
+    from_line, _ = _json(run_tool, *TRUSS, "--set", "braces.section_area=100",
+                         "--set", "braces.density=2.7e-9",
+                         "--set", "braces.material=elastic:E=70000,nu=0.33")
     assert from_file == from_line and from_file["minimum"] != _json(run_tool, *TRUSS)[0]["minimum"]
     renamed, _ = _json(run_tool, TRUSS[0], "--config", toml, "--set", "chords.element=T2D2")
     assert [(r["element"], r["count"]) for r in renamed["types"]] == [("T2D2", 32), ("T3D2", 64)]
@@ -430,8 +433,8 @@ def _mixed_mesh():
     return meshio.Mesh(np.vstack([UNIT_HEX + [2.0 * i, 0, 0] for i in range(4)]),
                        [("hexahedron", hexes[:2]), ("wedge", np.array([[24, 25, 26, 28, 29, 30]])),
                         ("hexahedron", hexes[2:])],
-                       cell_data={"material_id": [np.array([3, 4]), np.array([5]), np.array([6])],
-                                  "weight": [np.array([0.5, 1.5]), np.array([2.5]), np.array([3.5])]})
+                       cell_data={"material_id": [np.array(v) for v in ([3, 4], [5], [6])],
+                                  "weight": [np.array(v) for v in ([0.5, 1.5], [2.5], [3.5])]})
 
 
 @pytest.mark.parametrize("layout", [dict(binary=True, compression=None),
@@ -449,4 +452,5 @@ def test_vtu_reader_agrees_with_meshio(tmp_path, layout):
     assert [(b.type, b.data.tolist()) for b in ours.cells] == \
         [(b.type, b.data.tolist()) for b in theirs.cells] and len(ours.cells) == 3
     for key in ("material_id", "weight"):
-        assert [a.tolist() for a in ours.cell_data[key]] == [a.tolist() for a in theirs.cell_data[key]]
+        assert [a.tolist() for a in ours.cell_data[key]] == \
+            [a.tolist() for a in theirs.cell_data[key]]

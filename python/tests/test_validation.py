@@ -77,7 +77,8 @@ class TestReferenceElements:
 
     def test_beam_bar_modes_and_rotary_inertia(self):
         L = np.array([1.0, 10.0])
-        bar, full = (ref.timoshenko_beam(L, 1.0, 0.3, 1.0, 1.0, 3, rotary=r) for r in (False, True))
+        bar, full = (ref.timoshenko_beam(L, 1.0, 0.3, 1.0, 1.0, 3, rotary=r)
+                     for r in (False, True))
         assert bar == pytest.approx(2.0 / L, rel=1e-14) and np.all(full >= bar)  # axial: 2 c / L
 
 
