@@ -298,10 +298,7 @@ def test_added_mass_cap_sweep_and_safety_factor(run_tool, files):
     assert half["mass_scaling"]["total"] == total and half["scale_factor"] == 0.5
 
 
-def test_text_report_files_and_histogram(run_tool, tmp_path, monkeypatch):
-    import matplotlib.pyplot as plt
-    figures = []
-    monkeypatch.setattr(plt, "close", figures.append)
+def test_text_report_lists_blocks_and_confirms_files(run_tool, tmp_path):
     status, out, err = run_tool(*TRUSS, "--top", "3", "--target-dt", "2e-4",
                                 "--plot", tmp_path / "h.png", "--csv", tmp_path / "a.csv")
     assert status == 0 and err == ""
@@ -314,10 +311,20 @@ def test_text_report_files_and_histogram(run_tool, tmp_path, monkeypatch):
         f"wrote {tmp_path / 'a.csv'}: 96 elements",
         f"wrote {tmp_path / 'h.png'}: histogram of 96 elements"]
     assert (tmp_path / "h.png").read_bytes()[:4] == b"\x89PNG"
-    (ax,) = [f for f in figures if hasattr(f, "axes")][0].axes
+
+
+def test_histogram_axes(monkeypatch, tmp_path):
+    import matplotlib.pyplot as plt
+    from stabletime import cli
+    figures = []
+    monkeypatch.setattr(plt, "close", figures.append)
+    table = {"dt": np.float32([1e-6, 2e-6, 2e-6, 5e-6]), "code": np.zeros(4, np.int32),
+             "type": np.int32([0, 0, 1, 1]), "type_names": ["C3D8R", "S4R"]}
+    cli.plot_histogram(tmp_path / "h.png", {"mesh": "m.vtu", "scale_factor": 1.0}, table)
+    (ax,) = figures[0].axes
     assert (ax.get_yscale(), ax.get_xscale()) == ("log", "log")
     assert ax.get_xlabel() == "time increment, model time units"
-    assert "T3D2" in ax.get_legend_handles_labels()[1]
+    assert {"C3D8R", "S4R"} <= set(ax.get_legend_handles_labels()[1])  # one bar per type
 
 
 def test_config_file_sets_blocks(run_tool, tmp_path):
