@@ -22,20 +22,17 @@ def library_path():
 @pytest.fixture(scope="session")
 def direct():
     """sti_StableTime called straight through ctypes, independent of the package."""
-    lib = ctypes.CDLL(library_path())
-    fn = lib.sti_StableTime
+    fn = ctypes.CDLL(library_path()).sti_StableTime
     fn.restype = ctypes.c_int
 
     def call(name, nodes, conn, code, props, density, thickness, bulk, section, cohesive):
-        f = lambda a: None if a is None else np.ascontiguousarray(a, np.float32)
+        f = lambda a: None if a is None else np.ascontiguousarray(a, np.float32)  # noqa: E731
         nodes, props, density, thickness, section, cohesive = map(
             f, (nodes, props, density, thickness, section, cohesive))
         conn = np.ascontiguousarray(conn, np.int32)
-        count = conn.shape[0]
-        dt = np.zeros(count, np.float32)
-        codes = np.zeros(count, np.int32)
-        p = lambda a: None if a is None else a.ctypes.data_as(ctypes.c_void_p)
-        result = fn(name.encode(), ctypes.c_int(len(nodes)), ctypes.c_int(count), p(nodes),
+        dt, codes = np.zeros(len(conn), np.float32), np.zeros(len(conn), np.int32)
+        p = lambda a: None if a is None else a.ctypes.data_as(ctypes.c_void_p)  # noqa: E731
+        result = fn(name.encode(), ctypes.c_int(len(nodes)), ctypes.c_int(len(conn)), p(nodes),
                     p(conn), ctypes.c_int(code), p(props), p(density), p(thickness),
                     ctypes.c_float(bulk), p(section), p(cohesive), p(dt), p(codes))
         return dt, codes, result

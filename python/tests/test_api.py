@@ -46,21 +46,15 @@ def test_compute_is_bit_identical_to_the_c_entry(direct, name, nodes, options):
     density = RNG.uniform(1e-9, 8e-9, len(conn)).astype(np.float32)
     density[5] = 0.0  # one failing element
     material = st.AcousticFluid(2200.0, 0.0) if name.startswith("AC") else STEEL
-    thickness = options.get("thickness")
-    thick_array = None if thickness is None else np.full(len(conn), thickness, np.float32)
-    got = st.compute(name, xyz, conn, material, density, thickness,
-                     bulk_scale=options.get("bulk_scale", 1.0),
-                     section_area=options.get("section_area"), alpha=options.get("alpha", 0.0),
-                     beta=options.get("beta", 0.0), cohesive=options.get("cohesive"))
+    o = dict(dict(thickness=None, bulk_scale=1.0, section_area=None, alpha=0.0, beta=0.0,
+                  cohesive=None), **options)
+    got = st.compute(name, xyz, conn, material, density, **o)
     code, props = st.materials.resolve(material, acoustic=name.startswith("AC"))
-    section = [options.get("section_area", 0.0), options.get("alpha", 0.0),
-               options.get("beta", 0.0)]
-    dt, codes, result = direct(name, xyz, conn, code, props, density, thick_array,
-                               options.get("bulk_scale", 1.0), section, options.get("cohesive"))
-    assert got.dt.tobytes() == dt.tobytes()
-    assert np.array_equal(got.code, codes)
-    assert got.call_code == result
-    assert got.code[5] != 0
+    thickness = None if o["thickness"] is None else np.full(len(conn), o["thickness"])
+    dt, codes, result = direct(name, xyz, conn, code, props, density, thickness, o["bulk_scale"],
+                               [o["section_area"] or 0.0, o["alpha"], o["beta"]], o["cohesive"])
+    assert got.dt.tobytes() == dt.tobytes() and np.array_equal(got.code, codes)
+    assert got.call_code == result and got.code[5] != 0
 
 
 # Upper triangle by columns of a stiffness with diagonal 100..600 and small,
@@ -83,6 +77,7 @@ MATERIALS = [
     (st.ArrudaBoyce(1.0, 7.0, 0.2), 118, [0, 1.0, 7.0, 0.2]),
     (st.FiveConstant(3.0, 0.4), 119, [0, 3.0, 0, 0, 0, 0.4]),
     (st.DiagonalModulus(1, 2, 3), 125, [1, 2, 3]),
+    (st.SymmetricModulus2D(3e5, 1e5, 2e4), 126, [3e5, 1e5, 2e4]),
     (st.SymmetricModulus(10, 20, 30, 4, 5, 6), 126, [10, 20, 30, 4, 5, 6]),
     (st.Raw(100, [5.0, 0.1]), 100, [5.0, 0.1]),
     ((9001, list(range(9))), 9001, list(range(9))),
@@ -92,19 +87,9 @@ MATERIALS = [
 @pytest.mark.parametrize("material,code,props", MATERIALS)
 def test_material_code_and_layout(material, code, props):
     got_code, got_props = st.materials.resolve(material, planar=code in (125, 126))
-    assert got_code == code
-    assert got_props.dtype == np.float32
+    assert got_code == code and got_props.dtype == np.float32
     assert np.array_equal(got_props[:len(props)], np.float32(props))
     assert not got_props[len(props):].any()
-
-
-def test_planar_modulus_tensor_layout(direct):
-    xyz, conn = _mesh(QUAD, 130)
-    got = st.compute("CPS4R", xyz, conn, st.SymmetricModulus2D(3e5, 1e5, 2e4), 7.85e-9)
-    dt, codes, _ = direct("CPS4R", xyz, conn, 126, np.float32([3e5, 1e5, 2e4, 0, 0, 0]),
-                          np.full(len(conn), 7.85e-9), None, 1.0, None, None)
-    assert got.dt.tobytes() == dt.tobytes() and np.array_equal(got.code, codes)
-    assert not got.code.any()
 
 
 def test_threaded_equals_single_threaded():
@@ -114,46 +99,38 @@ def test_threaded_equals_single_threaded():
     conn[[17, 40_000, 99_999], 1] = conn[[17, 40_000, 99_999], 0]  # zero length
     density = RNG.uniform(1e-9, 1e-8, count).astype(np.float32)
     density[[5, 70_001]] = -1.0
-    args = ("T3D2", nodes, conn, STEEL, density)
-    one = st.compute(*args, section_area=10.0, threads=1)
-    many = st.compute(*args, section_area=10.0, threads=4)
-    # int64 connectivity is checked and copied to int32 chunk by chunk.
-    wide = st.compute("T3D2", nodes, conn.astype(np.int64), STEEL, density,
-                      section_area=10.0, threads=3)
+    one, many, wide = (st.compute("T3D2", nodes, c, STEEL, density, section_area=10.0, threads=t)
+                       for c, t in ((conn, 1), (conn, 4), (conn.astype(np.int64), 3)))
     assert one.dt.tobytes() == many.dt.tobytes() == wide.dt.tobytes()
-    assert np.array_equal(one.code, wide.code)
-    assert np.array_equal(one.code, many.code)
+    assert np.array_equal(one.code, many.code) and np.array_equal(one.code, wide.code)
     assert one.call_code == many.call_code == 200
     groups = many.failures()
     assert list(groups) == [st.Code.MATERIAL_UNUSABLE, st.Code.GEOMETRY_DEGENERATE]
     assert groups[st.Code.GEOMETRY_DEGENERATE].tolist() == [17, 40_000, 99_999]
 
 
-class _Recorder:
-    """Stands in for the library: records its pointer arguments."""
+def test_chunks_share_the_inputs_and_start_on_batch_boundaries(monkeypatch):
+    calls = []
+    monkeypatch.setattr(st.core._library, "load", lambda: lambda *a: calls.append(a) or 0)
+    count = 3 * core.MIN_CHUNK + 5
+    nodes, conn = np.zeros((2, 3), np.float32), np.zeros((count, 2), np.int32)
+    density, thickness = np.ones(count, np.float32), np.ones(count, np.float32)
+    st.compute("T3D2", nodes, conn, STEEL, density, thickness, section_area=1.0, threads=3)
+    address = lambda p: st.core.ctypes.cast(p, st.core.ctypes.c_void_p).value  # noqa: E731
+    starts = sorted((address(a[4]) - conn.ctypes.data) // 8 for a in calls)
+    assert len(starts) > 1 and sum(a[2] for a in calls) == count
+    assert all(start % core.BATCH == 0 for start in starts)
+    # Contiguous float32 and int32 inputs reach the library without copies.
+    (first,) = [a for a in calls if address(a[4]) == conn.ctypes.data]
+    assert [address(first[k]) for k in (3, 7, 8)] == [
+        nodes.ctypes.data, density.ctypes.data, thickness.ctypes.data]
 
-    def __init__(self):
-        self.calls = []
 
-    def __call__(self, *args):
-        self.calls.append(args)
-        return 0
-
-
-def test_contiguous_inputs_are_passed_without_copies(monkeypatch):
-    recorder = _Recorder()
-    monkeypatch.setattr(st.core._library, "load", lambda: recorder)
-    nodes = np.zeros((4, 3), np.float32)
-    conn = np.array([[0, 1], [2, 3]], np.int32)
-    density = np.ones(2, np.float32)
-    thickness = np.ones(2, np.float32)
-    st.compute("T3D2", nodes, conn, STEEL, density, thickness, section_area=1.0)
-    (args,) = recorder.calls
-    address = lambda p: st.core.ctypes.cast(p, st.core.ctypes.c_void_p).value
-    assert address(args[3]) == nodes.ctypes.data
-    assert address(args[4]) == conn.ctypes.data
-    assert address(args[7]) == density.ctypes.data
-    assert address(args[8]) == thickness.ctypes.data
+@pytest.fixture
+def no_library(monkeypatch):
+    def forbidden():
+        raise AssertionError("the library was reached")
+    monkeypatch.setattr(st.core._library, "load", forbidden)
 
 
 NODES = np.zeros((4, 3), np.float32)
@@ -194,13 +171,9 @@ BAD_INPUTS = [
 
 
 @pytest.mark.parametrize("change,error,message", BAD_INPUTS)
-def test_bad_input_is_refused_before_the_library(monkeypatch, change, error, message):
-    def forbidden():
-        raise AssertionError("the library was reached")
-    monkeypatch.setattr(st.core._library, "load", forbidden)
-    kwargs = dict(GOOD, **change)
+def test_bad_input_is_refused_before_the_library(no_library, change, error, message):
     with pytest.raises(error) as info:
-        st.compute(**kwargs)
+        st.compute(**dict(GOOD, **change))
     assert message in str(info.value)
 
 
@@ -256,30 +229,10 @@ def test_limits_of_valid_materials_are_accepted():
 
 
 @pytest.mark.parametrize("threads", [1, 3])
-def test_bad_node_in_a_late_chunk_stops_every_chunk(monkeypatch, threads):
-    def forbidden():
-        raise AssertionError("the library was reached")
-    monkeypatch.setattr(st.core._library, "load", forbidden)
+def test_bad_node_in_a_late_chunk_stops_every_chunk(no_library, threads):
     count = 3 * core.MIN_CHUNK + 5
     conn = np.zeros((count, 2), np.int64)
     conn[count - 2, 1] = 2  # only nodes 0 and 1 exist
     conn[count - 1, 0] = -1
-    with pytest.raises(ValueError) as info:
-        st.compute("T3D2", np.zeros((2, 3)), conn, STEEL, 1.0, section_area=1.0,
-                   threads=threads)
-    assert f"element {count - 2} refers to node 2" in str(info.value)
-
-
-def test_chunks_start_on_batch_boundaries(monkeypatch):
-    recorder = _Recorder()
-    monkeypatch.setattr(st.core._library, "load", lambda: recorder)
-    count = 3 * core.MIN_CHUNK + 5
-    nodes = np.zeros((2, 3), np.float32)
-    conn = np.zeros((count, 2), np.int32)
-    st.compute("T3D2", nodes, conn, STEEL, 1.0, section_area=1.0, threads=3)
-    address = lambda p: st.core.ctypes.cast(p, st.core.ctypes.c_void_p).value
-    starts = sorted((address(args[4]) - conn.ctypes.data) // 8 for args in recorder.calls)
-    sizes = [args[2] for args in recorder.calls]
-    assert len(starts) > 1 and sum(sizes) == count
-    assert all(start % core.BATCH == 0 for start in starts)
-
+    with pytest.raises(ValueError, match=f"element {count - 2} refers to node 2"):
+        st.compute("T3D2", np.zeros((2, 3)), conn, STEEL, 1.0, section_area=1.0, threads=threads)
