@@ -1,0 +1,188 @@
+"""The command under MPI: the reductions against the single-process report,
+and runs with mpirun on the bundled partitioned mesh."""
+import copy
+import importlib.util
+import json
+import math
+import os
+import random
+import shutil
+import subprocess
+import sys
+
+import numpy as np
+import pytest
+
+from conftest import MESHES, ROOT, library_path
+from stabletime import parallel
+
+MATERIAL = ["--E", "210000", "--nu", "0.3", "--density", "7.85e-9"]
+# Every reduction at work: mass scaling and a sweep, and a critical list of
+# every fine element, so that the 156 hexahedra with one equal increment must
+# come out in the same order.
+OPTIONS = MATERIAL + ["--target-dt", "1e-7", "--sweep", "6e-8,1e-7,2e-7", "--top", "600",
+                      "--json"]
+
+
+class TestReductions:
+    def test_percentile_points_reproduce_numpy(self):
+        # np.percentile is what a single run reports; the ranks only know the
+        # two order statistics around each percentile.
+        rng = np.random.default_rng(7)
+        for n in (1, 2, 3, 7, 100, 101, 1000, 4097):
+            values = np.sort(rng.lognormal(-16, 1.0, n).astype(np.float32)).astype(np.float64)
+            lo, hi, gamma = parallel.percentile_points(n, [1, 50])
+            ours = [parallel.lerp(values[a], values[b], g) for a, b, g in zip(lo, hi, gamma)]
+            expected = np.percentile(values, [1, 50])
+            assert [float(v) for v in ours] == [float(v) for v in expected], n
+
+    def test_exact_terms_make_split_sums_exact(self):
+        # 1 + 2**-53 rounds to 1 (a tie, to even), so partial sums of
+        # [1, 2**-53] and [2**-53] add up to 1, while the three values sum
+        # exactly to 1 + 2**-52, a double.
+        parts = [np.array([1.0, 2.0**-53]), np.array([2.0**-53])]
+        assert sum(math.fsum(p) for p in parts) == 1.0
+        terms = [t for p in parts for t in parallel.exact_terms(p)]
+        assert math.fsum(terms) == 1.0 + 2.0**-52
+        # Values over forty orders of magnitude with cancellation, in seven parts.
+        rnd = random.Random(3)
+        values = np.array([rnd.choice((-1, 1)) * rnd.random() * 10.0 ** rnd.randint(-20, 20)
+                           for _ in range(3000)])
+        terms = [t for p in np.array_split(values, 7) for t in parallel.exact_terms(p)]
+        assert math.fsum(terms) == math.fsum(values)
+
+    def test_sortable_keys_keep_float_order(self):
+        values = np.array([-np.inf, -3.4e38, -1.0, -1e-45, 0.0, 1e-45, 1.17e-38, 2.0e-7,
+                           2.0000002e-7, 3.4e38, np.inf], dtype=np.float32)
+        keys = parallel._sortable(values)
+        assert np.all(np.diff(keys.astype(np.int64)) > 0)
+        assert np.array_equal(parallel._unsortable(keys), values)
+
+    def test_files_in_natural_order_and_shares(self, tmp_path):
+        for k in (1, 2, 10, 11):
+            (tmp_path / f"m_{k}.msh").write_text("")
+        found = parallel.expand([str(tmp_path / "m_*.msh")])
+        assert [os.path.basename(f) for f in found] == ["m_1.msh", "m_2.msh", "m_10.msh",
+                                                        "m_11.msh"]
+        with pytest.raises(parallel.UsageError, match="no file matches"):
+            parallel.expand([str(tmp_path / "x_*.msh")])
+        for count, size in ((4, 3), (2, 3), (10, 4)):
+            ranges = [parallel.share(count, size, r) for r in range(size)]
+            assert ranges[0][0] == 0 and ranges[-1][1] == count
+            assert all(a[1] == b[0] for a, b in zip(ranges, ranges[1:]))
+            assert max(b - a for a, b in ranges) - min(b - a for a, b in ranges) <= 1
+
+
+def test_plain_run_leaves_mpi_alone(tmp_path):
+    """Without an MPI launcher the command does not import mpi4py."""
+    env = {k: v for k, v in os.environ.items() if k not in parallel._LAUNCHER_VARIABLES}
+    env.update(STABLETIME_LIBRARY=library_path(), PYTHONPATH=str(ROOT / "python"))
+    code = ("import sys; from stabletime.cli import main; status = main(sys.argv[1:]); "
+            "print('mpi4py' in sys.modules, status)")
+    out = subprocess.run([sys.executable, "-c", code, str(MESHES / "assembly.msh"), *MATERIAL],
+                         capture_output=True, text=True, env=env, timeout=120)
+    assert out.stdout.strip().splitlines()[-1] == "False 1"
+
+
+MPIRUN = shutil.which("mpirun")
+HAVE_MPI4PY = importlib.util.find_spec("mpi4py") is not None
+needs_mpi = pytest.mark.skipif(
+    MPIRUN is None or not HAVE_MPI4PY,
+    reason="needs mpirun and mpi4py (Debian: openmpi-bin python3-mpi4py)")
+
+
+def mpirun(ranks, *args, timeout=180):
+    env = dict(os.environ, STABLETIME_LIBRARY=library_path(), PYTHONPATH=str(ROOT / "python"),
+               OMPI_ALLOW_RUN_AS_ROOT="1", OMPI_ALLOW_RUN_AS_ROOT_CONFIRM="1",
+               OMPI_MCA_rmaps_base_oversubscribe="1")
+    command = [MPIRUN, "--oversubscribe", "-n", str(ranks), sys.executable, "-m", "stabletime",
+               *map(str, args)]
+    return subprocess.run(command, capture_output=True, text=True, env=env, timeout=timeout)
+
+
+def comparable(report, positions):
+    """The report less the mesh's name, and less the positions in the file
+    where partition files have none."""
+    report = copy.deepcopy(report)
+    report.pop("mesh")
+    if not positions:
+        for entry in report["critical"] + [report["minimum"]]:
+            entry.pop("position")
+    return report
+
+
+@needs_mpi
+class TestUnderMpirun:
+    PARTS = str(MESHES / "assembly_*.msh")
+
+    @pytest.fixture(scope="class")
+    def single(self, tmp_path_factory):
+        from stabletime.cli import main
+        out = tmp_path_factory.mktemp("single")
+        import contextlib
+        import io
+        text = io.StringIO()
+        with contextlib.redirect_stdout(text):
+            status = main([str(MESHES / "assembly.msh"), *OPTIONS, "--csv", str(out / "s.csv"),
+                           "--output", str(out / "s.vtu")])
+        assert status == 1  # the mesh holds degenerate tetrahedra on purpose
+        return json.loads(text.getvalue()), out
+
+    @pytest.mark.parametrize("ranks", [1, 2])
+    def test_partition_files_give_the_single_report(self, single, ranks):
+        run = mpirun(ranks, self.PARTS, *OPTIONS)
+        assert run.returncode == 1, run.stderr
+        report = json.loads(run.stdout)
+        assert comparable(report, False) == comparable(single[0], False)
+        assert report["failures"][0]["code"] == 400 and report["failed_count"] == 6
+
+    def test_three_ranks_and_their_outputs(self, single, tmp_path):
+        run = mpirun(3, self.PARTS, *OPTIONS, "--csv", tmp_path / "p.csv",
+                     "--output", tmp_path / "p.vtu", "--plot", tmp_path / "p.png")
+        assert run.returncode == 1, run.stderr
+        assert comparable(json.loads(run.stdout), False) == comparable(single[0], False)
+        # The CSV holds the same rows, in rank order.
+        ours = (tmp_path / "p.csv").read_text().splitlines()
+        theirs = (single[1] / "s.csv").read_text().splitlines()
+        assert ours[0] == theirs[0] and sorted(ours[1:]) == sorted(theirs[1:])
+        assert not list(tmp_path.glob("*.part"))
+        # One piece a rank, named by the .pvtu, with every cell's increment.
+        import meshio
+        pvtu = (tmp_path / "p.pvtu").read_text()
+        sources = [line.split('"')[1] for line in pvtu.splitlines() if "<Piece" in line]
+        assert sources == ["p_0.vtu", "p_1.vtu", "p_2.vtu"]
+        pieces = [meshio.read(tmp_path / s) for s in sources]
+        ours = np.sort(np.concatenate([np.concatenate(p.cell_data["stable_time"])
+                                       for p in pieces]))
+        whole = meshio.read(single[1] / "s.vtu")
+        theirs = np.sort(np.concatenate(whole.cell_data["stable_time"]))
+        assert np.array_equal(ours, theirs, equal_nan=True)
+        for name in ("stable_time", "code", "block", "element_type"):
+            assert f'Name="{name}"' in pvtu
+        assert (tmp_path / "p.png").read_bytes()[:4] == b"\x89PNG"
+
+    def test_one_file_shared_by_ranks(self, single):
+        run = mpirun(2, MESHES / "assembly.msh", *OPTIONS)
+        assert run.returncode == 1, run.stderr
+        # One file: positions in it are known and agree too.
+        assert comparable(json.loads(run.stdout), True) == comparable(single[0], True)
+
+    def test_unreadable_partition_ends_every_rank(self, tmp_path):
+        for path in MESHES.glob("assembly_*.msh"):
+            shutil.copy(path, tmp_path / path.name)
+        data = (tmp_path / "assembly_3.msh").read_bytes()
+        (tmp_path / "assembly_3.msh").write_bytes(data[:len(data) // 3])
+        run = mpirun(3, tmp_path / "assembly_*.msh", *MATERIAL, timeout=120)
+        assert run.returncode == 2
+        # Ranks take 1, 1 and 2 of the four files: the third reads assembly_3.msh.
+        assert f"stabletime: error: rank 2: cannot read {tmp_path}/assembly_3.msh" in run.stderr
+        assert run.stdout == ""
+
+    def test_error_of_one_rank_after_reading(self):
+        # Only the rank holding the hexahedra finds the element name wrong,
+        # while the others are already at the next collective.
+        run = mpirun(3, self.PARTS, *MATERIAL, "--element", "base=C3D4", timeout=120)
+        assert run.returncode == 2
+        assert "stabletime: error: rank 2: element C3D4 has 4 nodes but block base " \
+            "(hexahedron) has 8" in run.stderr
+        assert "rank 0" not in run.stderr and "rank 1" not in run.stderr
