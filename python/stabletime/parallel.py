@@ -149,9 +149,10 @@ def take_share(loaded, size, rank):
 
 
 def _sortable(dt):
-    """float32 values as uint32 keys in the same order."""
+    """float32 values as uint32 keys in the same order: the sign bit set on
+    positive values, every bit flipped on negative ones."""
     u = np.ascontiguousarray(dt, dtype=np.float32).view(np.uint32)
-    return np.where(u >> 31 != 0, ~u, u | np.uint32(0x80000000)).astype(np.uint32)
+    return u ^ ((np.uint32(0) - (u >> np.uint32(31))) | np.uint32(0x80000000))
 
 
 def _unsortable(keys):
@@ -316,11 +317,14 @@ class Run:
     def _global_names(self, table, field, key):
         """The global list of block or type names, ordered by their first
         element, and the local indices turned into global ones."""
-        local = {}
-        for k, name in enumerate(table[f"{field}_names"]):
-            sel = table[field] == k
-            if sel.any():
-                local[name] = int(key[sel].min())
+        local, names = {}, table[f"{field}_names"]
+        if len(names) == 1 and len(key):
+            local[names[0]] = int(key.min())
+        elif len(names) > 1:
+            for k, name in enumerate(names):
+                sel = table[field] == k
+                if sel.any():
+                    local[name] = int(key[sel].min())
         first = {}
         for part in self.allgather(local):
             for name, value in part.items():
@@ -339,72 +343,76 @@ class Run:
         g = table[field]
         count = np.bincount(g, minlength=groups)
         failed = np.bincount(g[~fine], minlength=groups)
-        sorted_keys = np.sort((g[fine].astype(np.uint64) << np.uint64(32)) |
-                              _sortable(dt[fine]).astype(np.uint64))
-        edges = np.searchsorted(sorted_keys, np.arange(groups + 1, dtype=np.uint64) <<
-                                np.uint64(32))
-        fine_count = np.diff(edges)
+        where = np.flatnonzero(fine)
+        if groups > 1:  # the fine elements of each group, one after the other
+            where = where[np.argsort(g[where], kind="stable")]
+        fine_count = np.bincount(g[where], minlength=groups)
+        edges = np.concatenate([[0], np.cumsum(fine_count)])
+        keys = _sortable(dt[where])
         smallest = []
         for k in range(groups):
             if fine_count[k] == 0:
                 smallest.append(None)
                 continue
-            low = _unsortable(sorted_keys[edges[k]] & np.uint64(0xFFFFFFFF))
-            at = np.flatnonzero(fine & (g == k) & (dt == low))
+            part = where[edges[k]:edges[k + 1]]
+            low = dt[part].min()
+            at = part[dt[part] == low]
             j = at[np.argmin(key[at])]
             smallest.append((float(dt[j]), int(key[j]), int(number[j])))
-        totals = self.sum(np.stack([count, failed, fine_count]))
-        count, failed, fine_count = totals
+        count, failed, fine_count = self.sum(np.stack([count, failed, fine_count]))
         minima = [None] * groups
         for part in self.allgather(smallest):
             for k, item in enumerate(part):
                 if item is not None and (minima[k] is None or item[:2] < minima[k][:2]):
                     minima[k] = item
         # The sorted values at the ranks np.percentile interpolates between.
-        want, weights = [], []
-        for k in range(groups):
-            lo, hi, gamma = percentile_points(int(fine_count[k]), [1, 50])
-            want += [(k, int(r)) for r in (*lo, *hi)]
-            weights.append(gamma)
-        values = self._ranked(sorted_keys, edges, want, fine_count)
+        points = [percentile_points(int(n), [1, 50]) if n else None for n in fine_count]
+        want = [(k, int(r)) for k, pts in enumerate(points) if pts is not None
+                for r in np.concatenate(pts[:2])]
+        values = self._ranked([keys[edges[k]:edges[k + 1]] for k in range(groups)], want)
         rows = []
         for k in range(groups):
             row = {"count": int(count[k]), "failed": int(failed[k])}
-            if fine_count[k]:
-                v = [float(values[(k, int(r))]) for r in
-                     np.concatenate(percentile_points(int(fine_count[k]), [1, 50])[:2])]
-                gamma = weights[k]
+            if points[k] is not None:
+                lo, hi, gamma = points[k]
+                v = [values[(k, int(r))] for r in (*lo, *hi)]
                 row.update(min=minima[k][0], p1=float(lerp(v[0], v[2], gamma[0])),
                            median=float(lerp(v[1], v[3], gamma[1])),
                            controlling_element=minima[k][2])
             rows.append(row)
         return rows
 
-    def _ranked(self, sorted_keys, edges, want, fine_count):
-        """The value of given rank (0-based) in each group's sorted values over
-        every rank: a bisection on the float32 bit patterns, one reduction of
-        counts a bit."""
-        want = [w for w in want if fine_count[w[0]] > 0]  # the same list on every rank
+    def _ranked(self, keys, want):
+        """The value of each wanted rank (0-based) in a group's values sorted
+        over every rank, from the groups' local sortable keys: eight bits of
+        the key a round, each round one reduction of 256 counts a query."""
+        self.check()
+        found = {}
+        want = list(dict.fromkeys(want))
         if not want:
-            return {}
-        group = np.array([k for k, _ in want], dtype=np.uint64)
-        target = np.array([r for _, r in want], dtype=np.int64) + 1
-        lo = np.zeros(len(want), np.uint64)
-        hi = np.full(len(want), 0xFFFFFFFF, np.uint64)
-        base = np.asarray(edges, dtype=np.int64)[group.astype(np.int64)]
-        while True:
-            open_ = lo < hi
-            if not open_.any():
-                break
-            mid = lo + (hi - lo) // np.uint64(2)
-            local = np.searchsorted(sorted_keys, (group << np.uint64(32)) | mid,
-                                    side="right") - base
-            counts = self.sum(local)
-            enough = counts >= target
-            hi = np.where(open_ & enough, mid, hi)
-            lo = np.where(open_ & ~enough, mid + np.uint64(1), lo)
-        values = _unsortable(lo.astype(np.uint32)).astype(np.float64)
-        return {w: values[i] for i, w in enumerate(want)}
+            return found
+        prefix = [0] * len(want)
+        below = np.zeros(len(want), np.int64)  # values under the prefix's range
+        # Queries of one group with the same prefix share their candidates.
+        candidates = {(k, 0): keys[k] for k, _ in want}
+        for shift in (24, 16, 8, 0):
+            buckets = {at: (c >> np.uint32(shift)).astype(np.uint8)
+                       for at, c in candidates.items()}
+            hist = {at: np.bincount(b, minlength=256) for at, b in buckets.items()}
+            local = np.array([hist[(k, prefix[q])] for q, (k, _) in enumerate(want)], np.int64)
+            counts = self.comm.allreduce(local.reshape(len(want), 256))
+            narrowed = {}
+            for q, (k, r) in enumerate(want):
+                total = below[q] + np.cumsum(counts[q])
+                b = int(np.searchsorted(total, r + 1))  # first bucket reaching rank r
+                below[q] = total[b - 1] if b else below[q]
+                at, prefix[q] = (k, prefix[q]), prefix[q] | (b << shift)
+                if (k, prefix[q]) not in narrowed:
+                    narrowed[(k, prefix[q])] = candidates[at][buckets[at] == b]
+            candidates = narrowed
+        prefix = np.array(prefix, np.uint32)
+        values = _unsortable(prefix).astype(np.float64)
+        return {w: float(values[q]) for q, w in enumerate(want)}
 
     def summarise(self, table, mesh, nodes, warnings, *, scale, top, target, sweep, max_added,
                   numbering):
