@@ -7,9 +7,10 @@ partition, element numbers global).
 
 A run RxT is R ranks of T threads each (mpirun --oversubscribe --bind-to
 none). Each rank times its phases: reading its files (read), the library
-calls (compute, cli.compute), and everything after the increments up to the
-report, collectives included (reduce); the table gives the slowest rank's
-figure of each phase and the largest peak resident set size of a rank."""
+calls (compute, cli.compute), and the report from the ranks' tables, their
+collectives included, timed from a barrier so that it leaves out the wait for
+the slowest rank (reduce); the table gives the slowest rank's figure of each
+phase and the largest peak resident set size of a rank."""
 import argparse
 import os
 import shutil
@@ -85,6 +86,7 @@ parallel.Run.read = timed(parallel.Run.read, "read")
 cli.compute = timed(cli.compute, "compute")
 summarise = parallel.Run.summarise
 def summarise_timed(self, *a, **k):
+    self.comm.Barrier()  # the reduction alone, not the wait for the slowest rank
     t = time.perf_counter()
     report = summarise(self, *a, **k)
     times["reduce"] = time.perf_counter() - t

@@ -208,14 +208,23 @@ class Run:
     # -- agreement ---------------------------------------------------------
     def check(self, error=None):
         """Every rank says whether it failed; all raise Agreed when one did."""
-        errors = self.comm.allgather(error)
-        bad = [(r, e) for r, e in enumerate(errors) if e]
+        bad = self.comm.allreduce([(self.rank, error)] if error else [],
+                                  op=lambda a, b: sorted(a + b))
         if bad:
             raise Agreed(bad)
 
     def allgather(self, value):
+        """Every rank's value, in rank order: only for values a few bytes long
+        (the list grows with the ranks)."""
         self.check()
         return self.comm.allgather(value)
+
+    def reduce(self, value, merge):
+        """merge applied over the ranks' values in a tree, the result on every
+        rank; merge must be associative and commutative, and keep its result
+        small, so that no rank holds every rank's value."""
+        self.check()
+        return self.comm.allreduce(value, op=merge)
 
     def sum(self, array):
         self.check()
@@ -249,9 +258,8 @@ class Run:
         return loaded
 
     def agree_blocks(self, known, named, top_dim):
-        everyone = self.allgather((sorted(known), named, top_dim))
-        return (set().union(*(set(k) for k, _, _ in everyone)), any(n for _, n, _ in everyone),
-                max(d for _, _, d in everyone))
+        return self.reduce((frozenset(known), named, top_dim),
+                           lambda a, b: (a[0] | b[0], a[1] or b[1], max(a[2], b[2])))
 
     def flatness(self, mesh, names):
         """Whether each surface block (by name and cell type) lies in one plane
@@ -268,16 +276,8 @@ class Run:
                 continue  # the node check reports it
             used = points[np.unique(data)]
             lo, hi = used.min(axis=0), used.max(axis=0)
-            key = (name, block.type)
-            if key in local:
-                lo, hi = np.minimum(lo, local[key][0]), np.maximum(hi, local[key][1])
-            local[key] = (lo, hi)
-        merged = {}
-        for part in self.allgather(local):
-            for key, (lo, hi) in part.items():
-                if key in merged:
-                    lo, hi = np.minimum(lo, merged[key][0]), np.maximum(hi, merged[key][1])
-                merged[key] = (lo, hi)
+            local = _merge_ranges(local, {(name, block.type): (lo, hi)})
+        merged = self.reduce(local, _merge_ranges)
         flat = {}
         for key, (lo, hi) in merged.items():
             if len(lo) < 3:
@@ -325,10 +325,7 @@ class Run:
                 sel = table[field] == k
                 if sel.any():
                     local[name] = int(key[sel].min())
-        first = {}
-        for part in self.allgather(local):
-            for name, value in part.items():
-                first[name] = min(value, first.get(name, value))
+        first = self.reduce(local, _merge_least)
         names = sorted(first, key=lambda n: (first[n], n))
         remap = np.array([names.index(n) for n in table[f"{field}_names"]] or [0], np.int32)
         table[field] = remap[table[field]] if len(table[field]) else table[field]
@@ -360,11 +357,8 @@ class Run:
             j = at[np.argmin(key[at])]
             smallest.append((float(dt[j]), int(key[j]), int(number[j])))
         count, failed, fine_count = self.sum(np.stack([count, failed, fine_count]))
-        minima = [None] * groups
-        for part in self.allgather(smallest):
-            for k, item in enumerate(part):
-                if item is not None and (minima[k] is None or item[:2] < minima[k][:2]):
-                    minima[k] = item
+        minima = self.reduce(smallest, lambda a, b: [
+            x if y is None or (x is not None and x[:2] < y[:2]) else y for x, y in zip(a, b)])
         # The sorted values at the ranks np.percentile interpolates between.
         points = [percentile_points(int(n), [1, 50]) if n else None for n in fine_count]
         want = [(k, int(r)) for k, pts in enumerate(points) if pts is not None
@@ -426,8 +420,8 @@ class Run:
         dt, code = table["dt"], table["code"]
         fine = (code == 0) & np.isfinite(dt)
         total, failed = (int(v) for v in self.sum([len(dt), int((~fine).sum())]))
-        numbering = next(n for n in self.allgather(numbering if len(dt) else None) + [numbering]
-                         if n is not None)
+        numbering = self.reduce(numbering if len(dt) else None,
+                                lambda a, b: b if a is None else a) or numbering
         report = {"mesh": self.name, "element_count": total, "failed_count": failed,
                   "scale_factor": scale, "numbering": numbering, "types": [], "blocks": [],
                   "minimum": None, "critical": [], "failures": [], "summary_warnings": []}
@@ -464,8 +458,7 @@ class Run:
                  "_critical_rows": rows}
         cli._add_details(local, table, mesh, nodes)
         entries = [((e["dt"], int(key[j])), e) for e, j in zip(local["critical"], rows)]
-        merged = sorted((item for part in self.allgather(entries) for item in part),
-                        key=lambda item: item[0])[:want]
+        merged = self.reduce(entries, _merge_smallest(want))
         if not merged:
             return None, []
         critical = [e for _, e in merged[:n_top]]
@@ -493,11 +486,14 @@ class Run:
                 continue
             first = idx[np.argsort(key[idx], kind="stable")[:FAILURES_SHOWN]]
             local[value] = (len(idx), [(int(key[j]), int(number[j])) for j in first])
-        merged = {}
-        for part in self.allgather(local):
-            for value, (count, shown) in part.items():
-                n, s = merged.get(value, (0, []))
-                merged[value] = (n + count, s + shown)
+        def merge(a, b):
+            out = dict(a)
+            for value, (count, shown) in b.items():
+                n, s = out.get(value, (0, []))
+                out[value] = (n + count, sorted(s + shown)[:FAILURES_SHOWN])
+            return out
+
+        merged = self.reduce(local, merge)
         out = []
         for value in sorted(v for v in merged if v is not None) + \
                 ([None] if None in merged else []):
@@ -510,8 +506,9 @@ class Run:
 
     def _fsum(self, parts):
         """math.fsum over every rank of each list of values in parts."""
-        gathered = self.allgather([exact_terms(p) for p in parts])
-        return [math.fsum(t for rank in gathered for t in rank[i]) for i in range(len(parts))]
+        terms = self.reduce([exact_terms(p) for p in parts], lambda a, b: [
+            exact_terms(x + y) for x, y in zip(a, b)])
+        return [math.fsum(t) for t in terms]
 
     def _mass_summary(self, table, target, max_added, report, key):
         factor, mass = table["factor"], table["mass"]
@@ -522,7 +519,7 @@ class Run:
                           [[len(factor), int((factor > 1).sum())]])
         peaks = [float(factor[s].max()) if s.any() else -math.inf for s in sels] + \
             [float(factor.max()) if len(factor) else -math.inf]
-        peaks = np.max(np.array(self.allgather(peaks)), axis=0)
+        peaks = self.reduce(peaks, lambda a, b: [max(x, y) for x, y in zip(a, b)])
         sums = self._fsum([mass[s] for s in sels] + [added[s] for s in sels] + [mass, added])
         rows = []
         for k, name in enumerate(names):
@@ -548,8 +545,7 @@ class Run:
                      "type": table["type_names"][table["type"][j]],
                      "block": names[table["block"][j]], "dt": float(table["dt"][j]),
                      "factor": float(factor[j])}) for j in rows_local]
-        most = sorted((item for part in self.allgather(entries) for item in part),
-                      key=lambda item: item[0])[:MOST_SCALED]
+        most = self.reduce(entries, _merge_smallest(MOST_SCALED))
         return {"target_dt": float(target), "max_added_percent": max_added, "blocks": rows,
                 "total": total, "most_scaled": [e for _, e in most]}
 
@@ -586,17 +582,19 @@ class Run:
         except (UsageError, OSError) as err:
             error = _message(err)
         self.check(error)
-        pieces = self.allgather(arrays)
+        self.check()
+        pieces = self.comm.gather(arrays, root=0)
         total = int(self.sum(cells))
-        error = None
+        error, count = None, None
         if self.rank == 0:
             try:
                 _write_pvtu(f"{stem}.pvtu", [(f"{os.path.basename(stem)}_{r}.vtu", a)
                                              for r, a in enumerate(pieces) if a is not None])
+                count = sum(a is not None for a in pieces)
             except OSError as err:
                 error = f"cannot write {stem}.pvtu: {err.strerror}"
         self.check(error)
-        return f"{stem}.pvtu", total, sum(a is not None for a in pieces)
+        return f"{stem}.pvtu", total, count
 
     def write_csv(self, path, table):
         """Every rank writes its rows to PATH.RANK.part; rank 0 joins them in
@@ -631,9 +629,9 @@ class Run:
         """The histogram of a single run, binned over every rank."""
         fine = (table["code"] == 0) & np.isfinite(table["dt"])
         values = table["dt"][fine]
-        bounds = self.allgather((float(values.min()), float(values.max())) if len(values)
-                                else None)
-        bounds = [b for b in bounds if b is not None]
+        bounds = self.reduce([(float(values.min()), float(values.max()))] if len(values)
+                             else [], lambda a, b: [(min(x[0] for x in a + b),
+                                                     max(x[1] for x in a + b))] if a + b else [])
         groups = len(table["type_names"])
         if bounds:
             lo, hi = min(b[0] for b in bounds), max(b[1] for b in bounds)
@@ -651,6 +649,29 @@ class Run:
                 error = str(err)
         self.check(error)
         return int(self.sum(len(table["dt"])))
+
+
+def _merge_ranges(a, b):
+    """Coordinate ranges by key, widened to cover both."""
+    out = dict(a)
+    for key, (lo, hi) in b.items():
+        if key in out and len(out[key][0]) == len(lo):
+            lo, hi = np.minimum(lo, out[key][0]), np.maximum(hi, out[key][1])
+        out[key] = (lo, hi)
+    return out
+
+
+def _merge_least(a, b):
+    """Per key the smaller value."""
+    out = dict(a)
+    for key, value in b.items():
+        out[key] = min(value, out.get(key, value))
+    return out
+
+
+def _merge_smallest(count):
+    """Two sorted lists of (sort key, item) as one, the first count kept."""
+    return lambda a, b: sorted(a + b, key=lambda item: item[0])[:count]
 
 
 class _Flat(dict):
