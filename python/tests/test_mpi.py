@@ -73,6 +73,72 @@ class TestReductions:
             assert max(b - a for a, b in ranges) - min(b - a for a, b in ranges) <= 1
 
 
+def write_msh(path, points, tags, hexes):
+    """A binary Gmsh 4.1 file: the nodes in two blocks with the given tags,
+    one block of hexahedra numbered from 101 whose rows hold node tags."""
+    half = len(points) // 2
+    with open(path, "wb") as f:
+        f.write(b"$MeshFormat\n4.1 1 8\n" + np.int32(1).tobytes() + b"\n$EndMeshFormat\n")
+        f.write(b"$Nodes\n" + np.array([2, len(points), tags.min(), tags.max()],
+                                         "<u8").tobytes())
+        for part in (slice(0, half), slice(half, None)):
+            t = tags[part]
+            f.write(np.array([3, 1, 0], "<i4").tobytes() + np.uint64(len(t)).tobytes())
+            f.write(t.astype("<u8").tobytes() + points[part].astype("<f8").tobytes())
+        f.write(b"\n$EndNodes\n$Elements\n" +
+                np.array([1, len(hexes), 101, 100 + len(hexes)], "<u8").tobytes())
+        f.write(np.array([3, 1, 5], "<i4").tobytes() + np.uint64(len(hexes)).tobytes())
+        rows = np.column_stack([np.arange(101, 101 + len(hexes)), hexes]).astype("<u8")
+        f.write(rows.tobytes() + b"\n$EndElements\n")
+
+
+class TestShareOfOneFile:
+    """Each rank's share of one binary Gmsh file, read through memory maps,
+    against the share cut from the whole file read at once."""
+
+    def same(self, path, sizes=(1, 2, 3)):
+        from stabletime import readers, shareread
+        whole = readers.read(str(path))
+        for size in sizes:
+            for rank in range(size):
+                a, starts_a = parallel.take_share(whole, size, rank)
+                b, starts_b = shareread.read_share(str(path), size, rank)
+                assert starts_a == starts_b
+                assert [c.type for c in a.mesh.cells] == [c.type for c in b.mesh.cells]
+                for ca, cb, ia, ib in zip(a.mesh.cells, b.mesh.cells, a.ids, b.ids):
+                    assert np.array_equal(ia, ib)
+                    # The same corners, whatever order the nodes are stored in.
+                    assert np.array_equal(a.mesh.points[ca.data], b.mesh.points[cb.data])
+                assert a.mesh.cell_sets.keys() == b.mesh.cell_sets.keys()
+                for name in a.mesh.cell_sets:
+                    assert [len(x) for x in a.mesh.cell_sets[name]] == \
+                        [len(x) for x in b.mesh.cell_sets[name]]
+
+    @pytest.mark.parametrize("name", ["assembly.msh", "bracket.msh", "truss.msh"])
+    def test_bundled_meshes(self, name):
+        self.same(MESHES / name)
+
+    def test_node_tags_out_of_order(self, tmp_path):
+        # A 2 x 1 x 1 block of hexahedra whose nodes carry shuffled, sparse tags.
+        g = np.array([[x, y, z] for x in range(3) for y in range(2) for z in range(2)], float)
+        index = lambda x, y, z: 4 * x + 2 * y + z  # noqa: E731
+        hexes = np.array([[index(x, 0, 0), index(x + 1, 0, 0), index(x + 1, 1, 0),
+                           index(x, 1, 0), index(x, 0, 1), index(x + 1, 0, 1),
+                           index(x + 1, 1, 1), index(x, 1, 1)] for x in range(2)])
+        tags = np.random.default_rng(5).permutation(np.arange(1, 13) * 7)
+        path = tmp_path / "shuffled.msh"
+        write_msh(path, g, tags, tags[hexes])
+        self.same(path)
+
+    def test_nodes_missing_from_the_file(self, tmp_path):
+        from stabletime import readers, shareread
+        g = np.zeros((8, 3))
+        path = tmp_path / "missing.msh"
+        write_msh(path, g, np.arange(1, 9), np.array([[1, 2, 3, 4, 5, 6, 7, 99]]))
+        with pytest.raises(readers.ReadError, match="nodes the file does not define"):
+            shareread.read_share(str(path), 1, 0)
+
+
 def test_plain_run_leaves_mpi_alone(tmp_path):
     """Without an MPI launcher the command does not import mpi4py."""
     env = {k: v for k, v in os.environ.items() if k not in parallel._LAUNCHER_VARIABLES}
