@@ -14,6 +14,7 @@ def read_share(path, size, rank):
     uses. Raises readers._Unsupported for files of other kinds."""
     from .parallel import share
     names, entity_groups, node_blocks, element_blocks = {}, {}, [], []
+    max_tag = 0
     with open(path, "rb") as f:
         if f.readline().strip() != b"$MeshFormat":
             raise readers._Unsupported()
@@ -44,7 +45,7 @@ def read_share(path, size, rank):
                         if dim > 0:
                             f.read(4 * struct.unpack("<Q", f.read(8))[0])
             elif section == b"$Nodes":
-                blocks = struct.unpack("<4Q", f.read(32))[0]
+                blocks, _, _, max_tag = struct.unpack("<4Q", f.read(32))
                 for _ in range(blocks):
                     _, _, parametric, n = struct.unpack("<3iQ", f.read(20))
                     if parametric:
@@ -76,32 +77,79 @@ def read_share(path, size, rank):
     if not node_blocks or not element_blocks:
         raise readers.ReadError("the file holds no nodes or no cells")
 
-    rows, starts, offset = [], [], 0
-    for dim, entity, cell_type, k, at, n in element_blocks:
-        lo, hi = share(n, size, rank)
-        table = np.memmap(path, dtype="<u8", mode="r", offset=at, shape=(n, k + 1)) if n else \
-            np.empty((0, k + 1), "<u8")
-        rows.append(np.array(table[lo:hi]))
-        del table
-        starts.append(offset + lo)
-        offset += n
-    used = np.unique(np.concatenate([r[:, 1:].ravel() for r in rows]))
+    conns, element_ids, starts, offset = [], [], [], 0
+    narrow = np.uint32 if max_tag < 2**32 else np.uint64
+    with open(path, "rb") as f:
+        for dim, entity, cell_type, k, at, n in element_blocks:
+            lo, hi = share(n, size, rank)
+            conn, etags = np.empty((hi - lo, k), narrow), np.empty(hi - lo, np.int64)
+            f.seek(at + 8 * (k + 1) * lo)
+            step = 1 << 18
+            for s in range(0, hi - lo, step):  # block by block: the peak stays low
+                m = min(step, hi - lo - s)
+                raw = np.fromfile(f, dtype="<u8", count=m * (k + 1))
+                if raw.size != m * (k + 1):
+                    raise readers.ReadError("the file ends inside $Elements")
+                raw = raw.reshape(m, k + 1)
+                etags[s:s + m] = raw[:, 0]
+                np.copyto(conn[s:s + m], raw[:, 1:], casting="unsafe")
+            conns.append(conn)
+            element_ids.append(etags)
+            starts.append(offset + lo)
+            offset += n
+    used, local = _local_numbers(conns)
     points = _coordinates(path, node_blocks, used)
     cells, ids, cell_sets, physical, geometrical = [], [], {}, [], []
-    wide = len(used) >= 2**31
-    for (dim, entity, cell_type, k, _, _), r in zip(element_blocks, rows):
-        conn = np.searchsorted(used, r[:, 1:]).astype(np.int64 if wide else np.int32)
+    for (dim, entity, cell_type, k, _, _), conn, etags in zip(element_blocks, local,
+                                                             element_ids):
         if cell_type in readers._GMSH_ORDER:
             conn = conn[:, readers._GMSH_ORDER[cell_type]]
         groups = entity_groups.get((dim, entity), ())
         cells.append((cell_type, conn))
-        ids.append(r[:, 0].astype(np.int64))
-        physical.append(np.full(len(r), groups[0] if groups else 0, np.int32))
-        geometrical.append(np.full(len(r), entity, np.int32))
+        ids.append(etags)
+        physical.append(np.full(len(etags), groups[0] if groups else 0, np.int32))
+        geometrical.append(np.full(len(etags), entity, np.int32))
         for g in groups:
             name = names.get((dim, g)) or f"physical{g}"
-            cell_sets.setdefault(name, {})[len(cells) - 1] = len(r)
+            cell_sets.setdefault(name, {})[len(cells) - 1] = len(etags)
     return readers._gmsh_loaded(points, cells, ids, cell_sets, physical, geometrical), starts
+
+
+def _local_numbers(conns):
+    """The sorted node tags the blocks use, and the blocks' connectivity as
+    indices into them. Where the tags used span a range not much larger than
+    the connectivity (a share of a mesh numbered in order), a mark per tag of
+    the range replaces the sort."""
+    entries = sum(c.size for c in conns)
+    if entries == 0:
+        return np.empty(0, np.uint64), [np.empty(c.shape, np.int32) for c in conns]
+    low = min(int(c.min()) for c in conns if c.size)
+    high = max(int(c.max()) for c in conns if c.size)
+    if high - low + 1 <= 4 * entries:
+        low = 0 if low <= entries else low  # no shift where the range starts low
+        shift = (lambda c: c) if low == 0 else (lambda c: c - c.dtype.type(low))
+        mark = np.zeros(high - low + 1, bool)
+        for c in conns:
+            mark[shift(c).ravel()] = True
+        index_type = np.int32 if len(mark) < 2**31 else np.int64
+        first = int(np.argmax(mark))
+        if mark[first:].all():  # every tag from the first used on: an offset
+            used = np.arange(low + first, high + 1, dtype=np.uint64)
+            out = []
+            for c in conns:
+                c -= c.dtype.type(low + first)
+                out.append(c.astype(index_type, copy=False) if c.dtype.itemsize !=
+                           np.dtype(index_type).itemsize else c.view(index_type))
+            return used, out
+        used = np.flatnonzero(mark).astype(np.uint64) + np.uint64(low)
+        index_type = np.int32 if len(used) < 2**31 else np.int64
+        lookup = np.cumsum(mark, dtype=index_type)
+        lookup -= 1
+        del mark
+        return used, [np.take(lookup, shift(c)) for c in conns]
+    used = np.unique(np.concatenate([c.ravel() for c in conns])).astype(np.uint64)
+    index_type = np.int32 if len(used) < 2**31 else np.int64
+    return used, [np.searchsorted(used, c).astype(index_type) for c in conns]
 
 
 def _size(f):
@@ -123,8 +171,10 @@ def _coordinates(path, node_blocks, used):
     first = np.cumsum([0] + [n for _, n in node_blocks])
     in_order = all(len(t) == 0 or (int(t[0]) == first[b] + 1 and int(t[-1]) == first[b + 1])
                    for b, t in enumerate(tags))
-    if in_order and all(np.array_equal(t, np.arange(first[b] + 1, first[b + 1] + 1))
-                        for b, t in enumerate(tags)):
+    # Tags 1..n in file order: a block from its first to its last tag holds
+    # as many tags as nodes only when they rise by one (tags are distinct).
+    if in_order and all(len(t) < 2 or bool(np.all(np.diff(t) == 1))
+                        for t in tags):
         where = used.astype(np.int64) - 1  # tags 1..n in file order
         if len(where) and (where[0] < 0 or where[-1] >= total):
             raise readers.ReadError("elements use nodes the file does not define")
@@ -136,6 +186,10 @@ def _coordinates(path, node_blocks, used):
                                                != used):
             raise readers.ReadError("elements use nodes the file does not define")
         where = order[at]
+    if len(where) and where[-1] - where[0] + 1 == len(where):  # one run of nodes
+        b = int(np.searchsorted(first, where[0], side="right") - 1)
+        if where[-1] < first[b + 1]:
+            return np.array(coords[b][where[0] - first[b]:where[-1] + 1 - first[b]])
     points = np.empty((len(where), 3))
     block = np.searchsorted(first, where, side="right") - 1
     for b in np.unique(block):
