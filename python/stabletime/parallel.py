@@ -213,12 +213,6 @@ class Run:
         if bad:
             raise Agreed(bad)
 
-    def allgather(self, value):
-        """Every rank's value, in rank order: only for values a few bytes long
-        (the list grows with the ranks)."""
-        self.check()
-        return self.comm.allgather(value)
-
     def reduce(self, value, merge):
         """merge applied over the ranks' values in a tree, the result on every
         rank; merge must be associative and commutative, and keep its result
@@ -454,9 +448,11 @@ class Run:
             report["mass_scaling"] = self._mass_summary(table, target, max_added, report, key)
         if sweep:
             report["sweep"] = self._sweep(table, sweep, max_added)
-        seen = []
-        for part in self.allgather(warnings):
-            seen += [w for w in part if w not in seen]
+        seen = self.reduce(list(warnings), lambda a, b: a + [w for w in b if w not in a])
+        # In block order, as a single run finds them: "block NAME (ELEMENT): ..."
+        order = {name: k for k, name in enumerate(table["block_names"])}
+        seen.sort(key=lambda w: next((k for name, k in order.items()
+                                      if w.startswith(f"block {name} (")), len(order)))
         report["warnings"] = seen + report.pop("summary_warnings")
         return report
 
