@@ -610,31 +610,30 @@ class Run:
 
     def write_csv(self, path, table):
         """Every rank writes its rows to PATH.RANK.part; rank 0 joins them in
-        rank order into PATH and removes them."""
+        rank order into PATH; each rank removes its part, also on failure."""
         from . import cli
         part = f"{path}.{self.rank}.part"
-        error = None
         try:
-            cli.write_csv(part, table)
-        except (UsageError, OSError) as err:
-            error = _message(err)
-        self.check(error)
-        error = None
-        if self.rank == 0:
+            error = None
             try:
-                with open(path, "wb") as out:
-                    for r in range(self.size):
-                        with open(f"{path}.{r}.part", "rb") as f:
-                            if r:
-                                f.readline()  # the header, written once
-                            shutil.copyfileobj(f, out, 1 << 20)
-            except OSError as err:
-                error = f"cannot write {path}: {err.strerror}"
-        self.check(error)
-        try:
-            os.remove(part)
-        except OSError:
-            pass
+                cli.write_csv(part, table)
+            except (UsageError, OSError) as err:
+                error = _message(err)
+            self.check(error)
+            if self.rank == 0:
+                try:
+                    with open(path, "wb") as out:
+                        for r in range(self.size):
+                            with open(f"{path}.{r}.part", "rb") as f:
+                                if r:
+                                    f.readline()  # the header, written once
+                                shutil.copyfileobj(f, out, 1 << 20)
+                except OSError as err:
+                    error = f"cannot write {path}: {err.strerror}"
+            self.check(error)
+        finally:
+            with contextlib.suppress(OSError):
+                os.remove(part)
         return int(self.sum(len(table["dt"])))
 
     def plot(self, path, report, table):
