@@ -139,6 +139,78 @@ class TestShareOfOneFile:
             shareread.read_share(str(path), 1, 0)
 
 
+class OneRank:
+    """The collectives of a world of one rank, so that a rank's side runs in
+    this process."""
+
+    def Get_rank(self):
+        return 0
+
+    def Get_size(self):
+        return 1
+
+    def allreduce(self, value, op=None):
+        return value
+
+    def gather(self, value, root=0):
+        return [value]
+
+
+def quiet():
+    from stabletime.cli import _Progress
+    return _Progress(0, active=False)
+
+
+class TestOneRankInProcess:
+    def test_partition_files_merged_on_one_rank(self):
+        from stabletime import readers
+        files = sorted(MESHES.glob("assembly_*.msh"))
+        run = parallel.Run(OneRank())
+        merged = run.read([str(MESHES / "assembly_*.msh")], quiet())
+        parts = [readers.read(str(f)) for f in files]
+        assert run.partitioned and len(merged.mesh.cells) == sum(len(p.mesh.cells)
+                                                                for p in parts)
+        # Every cell keeps its number and the coordinates of its corners.
+        k = 0
+        for p in parts:
+            for block, ids in zip(p.mesh.cells, p.ids):
+                got = merged.mesh.cells[k]
+                assert got.type == block.type and np.array_equal(merged.ids[k], ids)
+                assert np.array_equal(merged.mesh.points[got.data], p.mesh.points[block.data])
+                k += 1
+        names = {n: [len(x) for x in v] for n, v in merged.mesh.cell_sets.items()}
+        assert sum(map(sum, names.values())) == 598 and set(names) == {"base", "cap"}
+
+    def test_partition_files_need_element_numbers(self, tmp_path):
+        import meshio
+        for k in (1, 2):
+            meshio.write(tmp_path / f"p_{k}.vtu", meshio.Mesh(
+                np.eye(4, 3), [("tetra", np.array([[0, 1, 2, 3]]))]))
+        run = parallel.Run(OneRank())
+        with pytest.raises(parallel.Agreed) as caught:
+            run.read([str(tmp_path / "p_*.vtu")], quiet())
+        assert caught.value.errors == [(0, f"{tmp_path}/p_1.vtu: partition files need the "
+                                        "elements' own numbers (Gmsh tags or cell data "
+                                        "element_id)")]
+
+    def test_report_of_one_rank_is_the_single_report(self, run_tool, capsys):
+        status, out, _ = run_tool(MESHES / "assembly.msh", *OPTIONS)
+        single = json.loads(out)
+        assert parallel.main([str(MESHES / "assembly_*.msh"), *OPTIONS], OneRank()) == 1
+        ours = json.loads(capsys.readouterr().out)
+        assert comparable(ours, False) == comparable(single, False)
+        assert parallel.main([str(MESHES / "assembly.msh"), *OPTIONS], OneRank()) == 1
+        assert comparable(json.loads(capsys.readouterr().out), True) == \
+            comparable(single, True)
+
+    def test_bad_input_gives_status_2_and_the_message(self, tmp_path, capsys):
+        bad = tmp_path / "cut.msh"
+        bad.write_bytes((MESHES / "assembly.msh").read_bytes()[:5000])
+        assert parallel.main([str(bad), *MATERIAL], OneRank()) == 2
+        assert capsys.readouterr().err.strip().splitlines() == [
+            f"stabletime: error: cannot read {bad}: not a valid Gmsh file"]
+
+
 def test_plain_run_leaves_mpi_alone(tmp_path):
     """Without an MPI launcher the command does not import mpi4py."""
     env = {k: v for k, v in os.environ.items() if k not in parallel._LAUNCHER_VARIABLES}
