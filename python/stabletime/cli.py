@@ -312,7 +312,8 @@ def analyse(args, run=None):
         flat = run.flatness(mesh, names)
     for key in list(per_block) + [k for k in elements if k not in meshes.DIMENSION]:
         if key not in known:
-            raise UsageError(f"no block or cell type named {key!r} in {args.mesh} "
+            raise UsageError(f"no block or cell type named {key!r} in "
+                             f"{args.mesh if run is None else run.name} "
                              f"(blocks: {', '.join(sorted(known))})")
     plan, offsets, offset, warnings = [], [], 0, []
     for i, block in enumerate(mesh.cells):
