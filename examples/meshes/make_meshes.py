@@ -7,6 +7,13 @@ in the repository). Units: millimetres.
   block.msh       a block of hexahedra, one interior node pulled towards a
                   corner so that the hexahedra around it are distorted
   truss.msh       a small truss tower of two-node lines, chords and braces
+  assembly.msh    two parts: a block of hexahedra ("base") and a block of
+                  linear tetrahedra ("cap") with one node moved onto another
+                  so that a few tetrahedra are degenerate; and the same mesh
+                  split by Gmsh into four partitions, assembly_1.msh to
+                  assembly_4.msh, for runs under MPI
+
+  make_meshes.py [NAME ...] makes only the named meshes.
 """
 import sys
 from pathlib import Path
@@ -95,6 +102,39 @@ def truss():
     gmsh.model.mesh.generate(1)
 
 
+# The node of assembly.msh moved onto another, and where it goes.
+COLLAPSED_FROM = (30.0, 5.0, 5.0)
+PARTITIONS = 4
+
+
+def assembly():
+    occ = gmsh.model.occ
+    base = occ.addBox(0, 0, 0, 20, 10, 10)
+    cap = occ.addBox(25, 0, 0, 10, 10, 10)
+    point = occ.addPoint(*COLLAPSED_FROM)
+    occ.synchronize()
+    gmsh.model.mesh.embed(0, [point], 3, cap)  # an interior node to move
+    faces = gmsh.model.getBoundary([(3, base)], combined=False, oriented=False)
+    for _, tag in gmsh.model.getBoundary(faces, combined=False, oriented=False):
+        gmsh.model.mesh.setTransfiniteCurve(tag, 7)
+    for _, tag in faces:
+        gmsh.model.mesh.setTransfiniteSurface(tag)
+        gmsh.model.mesh.setRecombine(2, tag)
+    gmsh.model.mesh.setTransfiniteVolume(base)
+    physical(3, [base], "base")
+    physical(3, [cap], "cap")
+    gmsh.option.setNumber("Mesh.MeshSizeMax", 3.0)
+    gmsh.model.mesh.generate(3)
+    tags, coords, _ = gmsh.model.mesh.getNodes()
+    xyz = [tuple(coords[3 * i:3 * i + 3]) for i in range(len(tags))]
+    moved = next(int(t) for t, p in zip(tags, xyz)
+                 if max(abs(p[k] - COLLAPSED_FROM[k]) for k in range(3)) < 1e-9)
+    # Onto the nearest other node: the tetrahedra holding both lose their volume.
+    onto = min((p for t, p in zip(tags, xyz) if int(t) != moved),
+               key=lambda p: sum((p[k] - COLLAPSED_FROM[k]) ** 2 for k in range(3)))
+    gmsh.model.mesh.setNode(moved, list(onto), [])
+
+
 def main():
     if gmsh is None:
         sys.exit("make_meshes.py needs Gmsh's Python module (Debian: python3-gmsh)")
@@ -102,11 +142,19 @@ def main():
     gmsh.option.setNumber("General.Terminal", 0)
     gmsh.option.setNumber("Mesh.MshFileVersion", 4.1)
     gmsh.option.setNumber("Mesh.Binary", 1)
+    wanted = sys.argv[1:]
     for name, build in (("bracket", bracket), ("plate_hole", plate_hole), ("block", block),
-                        ("truss", truss)):
+                        ("truss", truss), ("assembly", assembly)):
+        if wanted and name not in wanted:
+            continue
         gmsh.model.add(name)
         build()
         gmsh.write(str(HERE / f"{name}.msh"))
+        if name == "assembly":
+            gmsh.model.mesh.partition(PARTITIONS)
+            gmsh.option.setNumber("Mesh.PartitionSplitMeshFiles", 1)
+            gmsh.write(str(HERE / f"{name}.msh"))  # assembly_1.msh ... assembly_4.msh
+            gmsh.option.setNumber("Mesh.PartitionSplitMeshFiles", 0)
         gmsh.model.remove()
     gmsh.finalize()
 

@@ -8,7 +8,7 @@ import threading
 
 import numpy as np
 
-from . import accuracy, catalogue, config, meshes, readers
+from . import accuracy, catalogue, config, meshes, parallel, readers
 from ._version import VERSION
 from .codes import meaning
 from .config import UsageError
@@ -59,13 +59,19 @@ def _join_negative_values(argv):
     return out
 
 
-def build_parser():
+def build_parser(several=False):
+    """The command's options; several=True (runs under MPI) takes one or more
+    mesh files."""
     p = _Parser(prog="stabletime", formatter_class=argparse.RawDescriptionHelpFormatter,
                 description="Stable time increments of every element of a mesh file "
                             "(any format meshio reads), with the critical elements, failures "
                             "and mass-scaling advice.", epilog=EPILOG)
     p.add_argument("--version", action="version", version=f"%(prog)s {VERSION}")
-    p.add_argument("mesh", help="mesh file")
+    if several:
+        p.add_argument("mesh", nargs="+", help="mesh file, or partition files (one file per "
+                       "partition, or a pattern such as 'mesh_*.msh')")
+    else:
+        p.add_argument("mesh", help="mesh file")
     p.add_argument("--config", metavar="FILE", help="TOML file with settings (see below)")
     p.add_argument("--element", action="append", default=[], metavar="KEY=NAME",
                    help="element name for a cell type or block, e.g. hexahedron=C3D8I")
@@ -281,25 +287,36 @@ def _check_node_numbers(block, cells, node_total, first_number):
                          "nodes of the file")
 
 
-def analyse(args):
+def analyse(args, run=None):
     """Read the mesh, run every block, and return (report, mesh, table), the
-    table holding one row per analysed element."""
+    table holding one row per analysed element. Under MPI, run (a
+    parallel.Run) reads this rank's share and makes the decisions that need
+    the whole mesh and the report collectively."""
     defaults, per_block, elements, target = _settings(args)
     sweep = _sweep_targets(args.sweep)
-    progress = _Progress(0, active=os.path.isfile(args.mesh) and
-                         os.path.getsize(args.mesh) > 20_000_000)
-    loaded = _read(args.mesh, progress)
+    if run is not None:
+        progress = _Progress(0, active=False)
+        loaded = run.read(args.mesh, progress)
+    else:
+        progress = _Progress(0, active=os.path.isfile(args.mesh) and
+                             os.path.getsize(args.mesh) > 20_000_000)
+        loaded = _read(args.mesh, progress)
     mesh = loaded.mesh
     points = np.asarray(mesh.points)
     nodes = np.zeros((len(points), 3), dtype=np.float32)
     nodes[:, :min(points.shape[1], 3)] = points[:, :3]
     names, in_set = _block_names(mesh)
-    named = any(in_set)
-    for key in list(per_block) + [k for k in elements if k not in meshes.DIMENSION]:
-        if key not in names:
-            raise UsageError(f"no block or cell type named {key!r} in {args.mesh} "
-                             f"(blocks: {', '.join(sorted(set(names)))})")
+    known, named = set(names), any(in_set)
     top_dim = max((meshes.DIMENSION.get(b.type, -1) for b in mesh.cells), default=-1)
+    flat = None
+    if run is not None:
+        known, named, top_dim = run.agree_blocks(known, named, top_dim)
+        flat = run.flatness(mesh, names)
+    for key in list(per_block) + [k for k in elements if k not in meshes.DIMENSION]:
+        if key not in known:
+            raise UsageError(f"no block or cell type named {key!r} in "
+                             f"{args.mesh if run is None else run.name} "
+                             f"(blocks: {', '.join(sorted(known))})")
     plan, offsets, offset, warnings = [], [], 0, []
     for i, block in enumerate(mesh.cells):
         offsets.append(offset)
@@ -314,8 +331,9 @@ def analyse(args):
         _check_node_numbers(names[i], block.data, len(points), offsets[i] + 1)
         if chosen is None:
             surface = isinstance(meshes.DEFAULT_ELEMENT.get(block.type), tuple)
-            chosen = meshes.default_element(block.type, surface and
-                                            meshes.is_flat(points, block.data))
+            chosen = meshes.default_element(block.type, surface and (
+                meshes.is_flat(points, block.data) if flat is None else
+                flat[(names[i], block.type)]))
         if chosen is None:
             raise UsageError(f"block {names[i]} ({block.type}) has no default element; "
                              f"name one with --element {block.type}=NAME")
@@ -340,7 +358,9 @@ def analyse(args):
             if line not in warnings:
                 warnings.append(line)
         plan.append((i, chosen, settings))
-    if not plan:
+    if run is not None:
+        run.agree_plan(plan)  # a rank may have nothing to analyse, the run may not
+    elif not plan:
         raise UsageError(f"{args.mesh}: no cell block to analyse")
 
     total = sum(len(mesh.cells[i].data) for i, _, _ in plan)
@@ -358,14 +378,27 @@ def analyse(args):
         except (TypeError, ValueError) as err:
             raise UsageError(f"block {names[i]} ({name}): {err}") from None
     scale = 1.0 if args.scale_factor is None else args.scale_factor
-    table = _element_table(loaded, names, offsets, plan, results, scale)
-    if target is not None or sweep:
+    table = _element_table(loaded, names, offsets, plan, results, scale) if plan else \
+        run.empty_table(target is not None or bool(sweep), target is not None)
+    if plan and (target is not None or sweep):
         table["mass"] = np.concatenate([_masses(mesh, nodes, i, name, s, results[i])
                                         for i, name, s in plan])
-    if target is not None:
+    if plan and target is not None:
         table["factor"] = np.concatenate([
             _mass_factors(nodes, mesh.cells[i].data, name, s, results[i], target, scale,
                           args.threads) for i, name, s in plan])
+    if run is not None:
+        report = run.summarise(table, mesh, nodes, warnings, scale=scale, top=args.top,
+                               target=target, sweep=sweep, max_added=args.max_added_mass,
+                               numbering=loaded.numbering)
+        # Every rank's (block, element, material), in the global block order a
+        # single run meets them in, for the same validation notes.
+        used = run.reduce([(names[i], name, s["material"]) for i, name, s in plan],
+                          lambda a, b: a + [u for u in b if u not in a])
+        order = {name: k for k, name in enumerate(table["block_names"])}
+        used.sort(key=lambda u: order.get(u[0], len(order)))
+        report["accuracy_notes"] = accuracy.notes((name, m) for _, name, m in used)
+        return report, mesh, table
     report = summarise(table, mesh=args.mesh, scale=scale, top=args.top, target=target,
                        sweep=sweep, max_added=args.max_added_mass,
                        numbering=loaded.numbering)
@@ -786,21 +819,29 @@ def plot_histogram(path, report, table):
         plt.close(fig)
 
 
+def check_args(args):
+    """Checks of option values that the parser does not make."""
+    if args.threads is not None and args.threads < 1:
+        raise UsageError("--threads must be at least 1")
+    if args.top is not None and args.top < 0:
+        raise UsageError("--top must not be negative")
+    if args.scale_factor is not None and not 0 < args.scale_factor <= 1:
+        raise UsageError(f"--scale-factor must lie in (0, 1], got {args.scale_factor}")
+    if args.max_added_mass is not None and not args.max_added_mass >= 0:
+        raise UsageError(f"--max-added-mass must not be negative, got {args.max_added_mass}")
+    if args.factors and not args.output:
+        raise UsageError("--factors needs --output")
+
+
 def main(argv=None):
     argv = sys.argv[1:] if argv is None else list(argv)
+    comm = parallel.world()  # None unless started by an MPI launcher
+    if comm is not None:
+        return parallel.main(argv, comm)
     written = []
     try:
         args = build_parser().parse_args(_join_negative_values(argv))
-        if args.threads is not None and args.threads < 1:
-            raise UsageError("--threads must be at least 1")
-        if args.top is not None and args.top < 0:
-            raise UsageError("--top must not be negative")
-        if args.scale_factor is not None and not 0 < args.scale_factor <= 1:
-            raise UsageError(f"--scale-factor must lie in (0, 1], got {args.scale_factor}")
-        if args.max_added_mass is not None and not args.max_added_mass >= 0:
-            raise UsageError(f"--max-added-mass must not be negative, got {args.max_added_mass}")
-        if args.factors and not args.output:
-            raise UsageError("--factors needs --output")
+        check_args(args)
         report, mesh, table = analyse(args)
         if args.factors and "mass_scaling" not in report:
             raise UsageError("--factors needs a target dt (--target-dt or target_dt)")

@@ -142,6 +142,10 @@ def _read_gmsh(path):
         names = {(d, t): gmsh.model.getPhysicalName(d, t)
                  for d, t in gmsh.model.getPhysicalGroups()}
         for dim, entity in gmsh.model.getEntities():
+            if gmsh.model.getParent(dim, entity)[0] > dim:
+                # An interface between partitions, made by Gmsh in partitioned files:
+                # its elements are faces of the partition's own elements.
+                continue
             groups = gmsh.model.getPhysicalGroupsForEntity(dim, entity)
             types, elem_tags, node_tags = gmsh.model.mesh.getElements(dim, entity)
             for kind, etags, ntags in zip(types, elem_tags, node_tags):
