@@ -866,12 +866,18 @@ def main(argv=None):
         return 2
     for line in report["warnings"]:
         print(f"stabletime: warning: {line}", file=sys.stderr)
-    if args.json:
-        print(json.dumps(_json_safe(report), indent=1, allow_nan=False))
-        for line in written:
-            print(line, file=sys.stderr)
-    else:
-        print(format_report(report))
-        if written:
-            print("\n" + "\n".join(written))
+    try:
+        if args.json:
+            print(json.dumps(_json_safe(report), indent=1, allow_nan=False))
+            for line in written:
+                print(line, file=sys.stderr)
+        else:
+            print(format_report(report))
+            if written:
+                print("\n" + "\n".join(written))
+        sys.stdout.flush()
+    except BrokenPipeError:
+        # The reader (head, less) closed the pipe: stop quietly, and keep the
+        # interpreter's final flush from raising again.
+        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
     return 1 if report["failed_count"] else 0

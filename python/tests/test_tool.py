@@ -116,6 +116,12 @@ def test_module_entry_runs_without_traceback():
     ok, bad = run(*TRUSS), run(TRUSS[0], "--bogus")
     assert ok.returncode == 0 and "Model minimum" in ok.stdout
     assert bad.returncode == 2 and "Traceback" not in bad.stderr and "--bogus" in bad.stderr
+    # A reader that closes the pipe first (as `| head` does) ends the run quietly.
+    closed = subprocess.Popen([sys.executable, "-m", "stabletime", *map(str, TRUSS)], env=env,
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+    closed.stdout.close()
+    err = closed.stderr.read()
+    assert closed.wait() == 0 and "Traceback" not in err and "Broken pipe" not in err
 
 
 # --- failures: status 1 ---------------------------------------------------------------------
