@@ -778,22 +778,40 @@ def write_csv(path, table):
         raise UsageError(f"cannot write {path}: {err.strerror}") from None
 
 
+def histogram_counts(table, span=None):
+    """Smallest increment, log-spaced bin edges and counts per element type of
+    the sound elements, binned over span (lo, hi), by default their own range:
+    (None, None, empty counts) when there is nothing to bin."""
+    fine = (table["code"] == 0) & np.isfinite(table["dt"])
+    groups = len(table["type_names"])
+    values = table["dt"][fine]
+    if span is None and len(values):
+        span = float(values.min()), float(values.max())
+    if span is None:
+        return None, None, np.zeros((groups, 0), np.int64)
+    lo, hi = span
+    bins = np.geomspace(lo, hi * 1.0001 if hi > lo else lo * 1.1, 50)
+    counts = np.array([np.histogram(values[table["type"][fine] == k], bins)[0]
+                       for k in range(groups)]).reshape(groups, len(bins) - 1)
+    return lo, bins, counts
+
+
 def plot_histogram(path, report, table):
+    draw_histogram(path, report, table["type_names"], *histogram_counts(table))
+
+
+def draw_histogram(path, report, type_names, lo, bins, counts):
+    """The histogram from counts per type over shared bins, stacked by type on
+    log axes, with the minimum and the target marked."""
     import matplotlib
     matplotlib.use("Agg")
     import matplotlib.pyplot as plt
     from matplotlib import ticker
-    fine = (table["code"] == 0) & np.isfinite(table["dt"])
     fig, ax = plt.subplots(figsize=(7, 4))
-    if fine.any():
-        values = table["dt"][fine]
-        lo, hi = float(values.min()), float(values.max())
-        bins = np.geomspace(lo, hi * 1.0001 if hi > lo else lo * 1.1, 50)
-        groups = [(name, values[table["type"][fine] == k])
-                  for k, name in enumerate(table["type_names"])]
-        groups = [(name, v) for name, v in groups if len(v)]
-        ax.hist([v for _, v in groups], bins=bins, stacked=True,
-                label=[name for name, _ in groups])
+    if bins is not None:
+        shown = [(name, c) for name, c in zip(type_names, counts) if c.sum()]
+        ax.hist([bins[:-1]] * len(shown), bins=bins, weights=[c for _, c in shown],
+                stacked=True, label=[name for name, _ in shown])
         ax.set_xscale("log")
         ax.set_yscale("log")  # single outliers stay visible next to full bins
         ax.xaxis.set_major_locator(ticker.LogLocator(subs=(1.0, 2.0, 5.0)))

@@ -638,24 +638,19 @@ class Run:
 
     def plot(self, path, report, table):
         """The histogram of a single run, binned over every rank."""
+        from . import cli
         fine = (table["code"] == 0) & np.isfinite(table["dt"])
         values = table["dt"][fine]
         bounds = self.reduce([(float(values.min()), float(values.max()))] if len(values)
                              else [], lambda a, b: [(min(x[0] for x in a + b),
                                                      max(x[1] for x in a + b))] if a + b else [])
-        groups = len(table["type_names"])
-        if bounds:
-            lo, hi = min(b[0] for b in bounds), max(b[1] for b in bounds)
-            bins = np.geomspace(lo, hi * 1.0001 if hi > lo else lo * 1.1, 50)
-            counts = np.array([np.histogram(values[table["type"][fine] == k], bins)[0]
-                               for k in range(groups)]).reshape(groups, len(bins) - 1)
-        else:
-            lo, bins, counts = None, None, np.zeros((groups, 0), np.int64)
+        span = (min(b[0] for b in bounds), max(b[1] for b in bounds)) if bounds else None
+        lo, bins, counts = cli.histogram_counts(table, span)
         counts = self.sum(counts)
         error = None
         if self.rank == 0:
             try:
-                _draw(path, report, table["type_names"], lo, bins, counts)
+                cli.draw_histogram(path, report, table["type_names"], lo, bins, counts)
             except UsageError as err:
                 error = str(err)
         self.check(error)
@@ -741,42 +736,6 @@ def _write_pvtu(path, pieces):
     lines += ['  </PUnstructuredGrid>', '</VTKFile>', '']
     with open(path, "w", encoding="utf-8") as f:
         f.write("\n".join(lines))
-
-
-def _draw(path, report, type_names, lo, bins, counts):
-    """The histogram from counts per type over shared bins."""
-    import matplotlib
-    matplotlib.use("Agg")
-    import matplotlib.pyplot as plt
-    from matplotlib import ticker
-    fig, ax = plt.subplots(figsize=(7, 4))
-    if bins is not None:
-        shown = [(name, c) for name, c in zip(type_names, counts) if c.sum()]
-        ax.hist([bins[:-1]] * len(shown), bins=bins, weights=[c for _, c in shown],
-                stacked=True, label=[name for name, _ in shown])
-        ax.set_xscale("log")
-        ax.set_yscale("log")
-        ax.xaxis.set_major_locator(ticker.LogLocator(subs=(1.0, 2.0, 5.0)))
-        ax.xaxis.set_major_formatter(ticker.FormatStrFormatter("%.3g"))
-        ax.xaxis.set_minor_formatter(ticker.NullFormatter())
-        ax.axvline(lo, color="#c0392b", label=f"minimum {lo:.4g}")
-    ms = report.get("mass_scaling")
-    if ms:
-        ax.axvline(ms["target_dt"], color="#27ae60", linestyle="--",
-                   label=f"target {ms['target_dt']:.4g}")
-    factor = report["scale_factor"]
-    ax.set_xlabel("time increment, model time units" +
-                  (f" (safety factor {factor:g} applied)" if factor != 1.0 else ""))
-    ax.set_ylabel("elements per bin (log scale)")
-    ax.set_title(os.path.basename(report["mesh"]))
-    ax.legend()
-    fig.tight_layout()
-    try:
-        fig.savefig(path, dpi=100)
-    except OSError as err:
-        raise UsageError(f"cannot write {path}: {err.strerror}") from None
-    finally:
-        plt.close(fig)
 
 
 def default_threads():

@@ -323,7 +323,8 @@ def test_histogram_axes(monkeypatch, tmp_path):
     import matplotlib.pyplot as plt
     from stabletime import cli
     figures = []
-    monkeypatch.setattr(plt, "close", figures.append)
+    # Selecting the backend may call close("all"): keep only the closed figures.
+    monkeypatch.setattr(plt, "close", lambda f=None: figures.append(f) if f != "all" else None)
     table = {"dt": np.float32([1e-6, 2e-6, 2e-6, 5e-6]), "code": np.zeros(4, np.int32),
              "type": np.int32([0, 0, 1, 1]), "type_names": ["C3D8R", "S4R"]}
     cli.plot_histogram(tmp_path / "h.png", {"mesh": "m.vtu", "scale_factor": 1.0}, table)
