@@ -175,18 +175,45 @@ class _Unsupported(Exception):
     """A Gmsh file this reader leaves to another (ASCII, other versions)."""
 
 
+def msh41_binary_header(f):
+    """Reads the $MeshFormat section of a binary little-endian Gmsh 4.1 file
+    with 8-byte sizes, up to its line end; raises _Unsupported otherwise."""
+    if f.readline().strip() != b"$MeshFormat":
+        raise _Unsupported()
+    version, kind, size = f.readline().split()
+    if version != b"4.1" or kind != b"1" or size != b"8":
+        raise _Unsupported()
+    if struct.unpack("<i", f.read(4))[0] != 1:
+        raise _Unsupported()  # other byte order
+    f.readline()
+
+
+def msh41_physical_names(f, names):
+    """Adds the $PhysicalNames entries to names, keyed by (dim, tag)."""
+    for _ in range(int(f.readline())):
+        dim, tag, name = f.readline().decode().split(maxsplit=2)
+        names[(int(dim), int(tag))] = name.strip().strip('"')
+
+
+def msh41_binary_entities(f, entity_groups):
+    """Adds each entity's physical groups from a binary $Entities section to
+    entity_groups, keyed by (dim, tag), skipping bounding boxes and boundaries."""
+    counts = struct.unpack("<4Q", f.read(32))
+    for dim, n in enumerate(counts):
+        for _ in range(n):
+            tag = struct.unpack("<i", f.read(4))[0]
+            f.read(24 if dim == 0 else 48)
+            n_phys = struct.unpack("<Q", f.read(8))[0]
+            entity_groups[(dim, tag)] = struct.unpack(f"<{n_phys}i", f.read(4 * n_phys))
+            if dim > 0:
+                f.read(4 * struct.unpack("<Q", f.read(8))[0])
+
+
 def _read_msh41_binary(path):
     """Binary Gmsh 4.1 files with numpy, element block by element block, so
     that the peak stays near the size of the result."""
     with open(path, "rb") as f:
-        if f.readline().strip() != b"$MeshFormat":
-            raise _Unsupported()
-        version, kind, size = f.readline().split()
-        if version != b"4.1" or kind != b"1" or size != b"8":
-            raise _Unsupported()
-        if struct.unpack("<i", f.read(4))[0] != 1:
-            raise _Unsupported()  # other byte order
-        f.readline()
+        msh41_binary_header(f)
         names, entity_groups = {}, {}
         points = tags = None
         cells, ids, cell_sets, physical, geometrical = [], [], {}, [], []
@@ -196,21 +223,9 @@ def _read_msh41_binary(path):
                 break
             section = line.strip()
             if section == b"$PhysicalNames":
-                for _ in range(int(f.readline())):
-                    dim, tag, name = f.readline().decode().split(maxsplit=2)
-                    names[(int(dim), int(tag))] = name.strip().strip('"')
+                msh41_physical_names(f, names)
             elif section == b"$Entities":
-                counts = struct.unpack("<4Q", f.read(32))
-                for dim, n in enumerate(counts):
-                    for _ in range(n):
-                        tag = struct.unpack("<i", f.read(4))[0]
-                        f.read(24 if dim == 0 else 48)
-                        n_phys = struct.unpack("<Q", f.read(8))[0]
-                        groups = struct.unpack(f"<{n_phys}i", f.read(4 * n_phys))
-                        entity_groups[(dim, tag)] = groups
-                        if dim > 0:
-                            n_bound = struct.unpack("<Q", f.read(8))[0]
-                            f.read(4 * n_bound)
+                msh41_binary_entities(f, entity_groups)
             elif section == b"$Nodes":
                 blocks, total, _, max_tag = struct.unpack("<4Q", f.read(32))
                 tags = np.empty(total, dtype=np.int64)

@@ -16,34 +16,16 @@ def read_share(path, size, rank):
     names, entity_groups, node_blocks, element_blocks = {}, {}, [], []
     max_tag = 0
     with open(path, "rb") as f:
-        if f.readline().strip() != b"$MeshFormat":
-            raise readers._Unsupported()
-        version, kind, width = f.readline().split()
-        if version != b"4.1" or kind != b"1" or width != b"8":
-            raise readers._Unsupported()
-        if struct.unpack("<i", f.read(4))[0] != 1:
-            raise readers._Unsupported()
-        f.readline()
+        readers.msh41_binary_header(f)
         while True:
             line = f.readline()
             if not line:
                 break
             section = line.strip()
             if section == b"$PhysicalNames":
-                for _ in range(int(f.readline())):
-                    dim, tag, name = f.readline().decode().split(maxsplit=2)
-                    names[(int(dim), int(tag))] = name.strip().strip('"')
+                readers.msh41_physical_names(f, names)
             elif section == b"$Entities":
-                counts = struct.unpack("<4Q", f.read(32))
-                for dim, n in enumerate(counts):
-                    for _ in range(n):
-                        tag = struct.unpack("<i", f.read(4))[0]
-                        f.read(24 if dim == 0 else 48)
-                        n_phys = struct.unpack("<Q", f.read(8))[0]
-                        entity_groups[(dim, tag)] = struct.unpack(f"<{n_phys}i",
-                                                                  f.read(4 * n_phys))
-                        if dim > 0:
-                            f.read(4 * struct.unpack("<Q", f.read(8))[0])
+                readers.msh41_binary_entities(f, entity_groups)
             elif section == b"$Nodes":
                 blocks, _, _, max_tag = struct.unpack("<4Q", f.read(32))
                 for _ in range(blocks):
