@@ -89,7 +89,7 @@ function(sti_write_module_definition out_file library_name)
   file(CONFIGURE OUTPUT "${out_file}" CONTENT "${text}" @ONLY)
 endfunction()
 
-# Every designed name as the Windows loader finds it, one quoted C string per
+# Every exported name as the Windows loader finds it, one quoted C string per
 # line, for the programs that check the Windows library.
 function(sti_write_export_names out_file)
   set(text "")

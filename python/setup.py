@@ -21,10 +21,10 @@ LIBRARY_FILE = "DRNQVLStiWBX_StableTime.so"
 
 
 def _version_module():
-    spec = importlib.util.spec_from_file_location("_stabletime_version",
-                                                  HERE / "stabletime" / "_version.py")
-    module = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(module)
+    found = importlib.util.spec_from_file_location("_stabletime_version",
+                                                   HERE / "stabletime" / "_version.py")
+    module = importlib.util.module_from_spec(found)
+    found.loader.exec_module(module)
     return module
 
 

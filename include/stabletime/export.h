@@ -1,4 +1,4 @@
-/* Marks the library's designed exports. Everything else is hidden. */
+/* Marks the library's public exports. Everything else is hidden. */
 #ifndef STABLETIME_EXPORT_H
 #define STABLETIME_EXPORT_H
 

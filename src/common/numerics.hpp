@@ -1,5 +1,5 @@
 // Small numeric helpers shared by every stage: the written-order max/min, the
-// guarded reciprocal and normalisation, the design constants named by their bit
+// guarded reciprocal and normalisation, the numeric constants named by their bit
 // patterns, and element-fastest indexing of batch arrays.
 #pragma once
 
@@ -17,7 +17,7 @@ namespace sti {
 // Largest number of elements in one batch; every private batch array is sized for it.
 inline constexpr int kBatchCapacity = 128;
 
-// Design constants, held by their single-precision bit patterns.
+// Numeric constants, held by their single-precision bit patterns.
 inline constexpr float kLargestFloat = std::bit_cast<float>(0x7F7FFFFFu);    // 3.4028235e38
 inline constexpr float kUnsetPointDt = std::bit_cast<float>(0x7DCCCCCCu);    // 3.4028235e37
 inline constexpr float kSmallestNormal = std::bit_cast<float>(0x00800000u);  // 1.1754944e-38
@@ -30,7 +30,7 @@ inline constexpr float kInvSqrt6 = std::bit_cast<float>(0x3ED105EBu);        // 
 
 // max(a, b) and min(a, b) read in the written order: a > b ? a : b. A NaN in
 // either operand yields the second operand, which is what every clamp of the
-// design relies on. std::max, std::min and fmaxf differ on NaN; do not use them.
+// numerics relies on. std::max, std::min and fmaxf differ on NaN; do not use them.
 //
 // Sums are formed one term at a time from the first, in single precision.
 // Where a sum runs over nested indices (points, components, faces, nodes) and

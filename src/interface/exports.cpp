@@ -1,5 +1,5 @@
-// The exported pipeline routines: each keeps the designed signature, every
-// argument by reference, and forwards to the typed routine that the pipeline
+// The exported pipeline routines: each keeps its published by-pointer
+// signature, every argument by reference, and forwards to the typed routine that the pipeline
 // itself calls. The numeric code never calls these entries.
 #include "acoustic/acoustic.hpp"
 #include "beam/beam.hpp"

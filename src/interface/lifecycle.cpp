@@ -6,7 +6,7 @@
 namespace sti::interface {
 namespace {
 
-// Plain integers by design: callers serialise the lifecycle entries.
+// Plain integers on purpose: callers serialise the lifecycle entries.
 int module_refcount = 0;
 int specific_refcount = 0;
 int sti_refcount = 0;
@@ -46,7 +46,7 @@ STI_EXPORT void QVLStiWBX_StableTime_initialize(int& caller_refcount) {
 }
 
 // Takes the layers down in the order specific, then inner: not the reverse of
-// initialisation, by design.
+// initialisation, on purpose.
 STI_EXPORT void QVLStiWBX_StableTime_finalize(int& caller_refcount) {
   if (count_down(module_refcount)) {
     caller_refcount -= 1;

@@ -1,5 +1,5 @@
 // Geometry dispatch of one integration point: runs the geometry stages of the
-// batch's computational shape, in their designed order, on the work arrays that
+// batch's computational shape, in their fixed order, on the work arrays that
 // the caller provides for the point.
 #include "cohesive/cohesive.hpp"
 #include "common/line_measure.hpp"

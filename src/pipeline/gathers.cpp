@@ -105,7 +105,7 @@ void gather_solid_pairs(int n, int ndim, int coord_stride, int direction,
 }
 
 // The ten nodes of the tetrahedron, then its centroid (node 11) and the four
-// face points (nodes 12 to 15), by the design's fixed weights.
+// face points (nodes 12 to 15), by fixed weights.
 void gather_tet10(int n, int coord_stride, const int* STI_RESTRICT connectivity,
                   float* STI_RESTRICT coords_g, const float* STI_RESTRICT node_coords) {
   constexpr int K = 15;

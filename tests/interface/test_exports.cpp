@@ -1,4 +1,4 @@
-// The library exports exactly the designed list: every designed name (those
+// The library exports exactly the export list: every exported name (those
 // for Windows only excepted) is visible, and nothing else is.
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 
 namespace {
 
-std::set<std::string> designed_exports() {
+std::set<std::string> public_exports() {
   std::ifstream in(STI_EXPORTS_LIST);
   std::set<std::string> names;
   std::string line;
@@ -45,12 +45,12 @@ std::set<std::string> exported_symbols() {
   return names;
 }
 
-TEST(Exports, ExactlyTheDesignedListIsVisible) {
-  const std::set<std::string> designed = designed_exports();
+TEST(Exports, ExactlyTheExportListIsVisible) {
+  const std::set<std::string> expected = public_exports();
   const std::set<std::string> visible = exported_symbols();
-  ASSERT_EQ(designed.size(), 49u) << "the designed list outside Windows has 49 names";
-  for (const std::string& name : designed) EXPECT_TRUE(visible.count(name)) << "missing: " << name;
-  for (const std::string& name : visible) EXPECT_TRUE(designed.count(name)) << "extra: " << name;
+  ASSERT_EQ(expected.size(), 49u) << "the export list outside Windows has 49 names";
+  for (const std::string& name : expected) EXPECT_TRUE(visible.count(name)) << "missing: " << name;
+  for (const std::string& name : visible) EXPECT_TRUE(expected.count(name)) << "extra: " << name;
 }
 
 }  // namespace

@@ -148,7 +148,7 @@ std::vector<Row> hostile_rows() {
   return rows;
 }
 
-TEST(HostileInputs, TableOfDesignedOutcomes) {
+TEST(HostileInputs, TableOfExpectedOutcomes) {
   for (const Row& row : hostile_rows()) {
     Call c = sti_test::well_shaped_call(row.name, kCopies);
     row.change(c);

@@ -8,7 +8,7 @@
 namespace {
 
 // The counters are module-wide, so the whole sequence runs in one test.
-TEST(Lifecycle, CountersFollowTheDesignedSequence) {
+TEST(Lifecycle, CountersFollowTheirSequence) {
   int caller = 0;
   QVLStiWBX_StableTime_initialize(caller);  // outer + inner + specific come up
   EXPECT_EQ(caller, 3);

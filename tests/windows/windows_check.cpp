@@ -1,6 +1,6 @@
 // Checks the Windows library as a host sees it, run under Wine: loads it with
-// LoadLibrary, finds every designed export by GetProcAddress, compares the
-// export directory with the designed list, reads the version block, drives the
+// LoadLibrary, finds every export by GetProcAddress, compares the
+// export directory with the export list, reads the version block, drives the
 // lifecycle entries after the load entry has run, and writes the results of
 // the element cases to the file named on the command line for comparison with
 // the native library's. Exits non-zero on any failure.
@@ -20,10 +20,10 @@
 
 namespace {
 
-constexpr const char* kDesignedExports[] = {
+constexpr const char* kExports[] = {
 #include "export_names.inc"
 };
-constexpr std::size_t kDesignedExportCount = 50;
+constexpr std::size_t kExportCount = 50;
 
 int failures = 0;
 
@@ -44,18 +44,18 @@ F find(HMODULE library, const char* name) {
 }
 
 void check_exports_are_found(HMODULE library) {
-  expect(std::size(kDesignedExports) == kDesignedExportCount, "the designed list has 50 names");
+  expect(std::size(kExports) == kExportCount, "the export list has 50 names");
   int found = 0;
-  for (const char* name : kDesignedExports) {
+  for (const char* name : kExports) {
     const bool ok = GetProcAddress(library, name) != nullptr;
     found += ok ? 1 : 0;
     expect(ok, std::string("GetProcAddress finds ") + name);
   }
-  std::printf("%d of %zu designed exports found by GetProcAddress\n", found,
-              std::size(kDesignedExports));
+  std::printf("%d of %zu exports found by GetProcAddress\n", found,
+              std::size(kExports));
 }
 
-// The export directory of the loaded image names exactly the designed list,
+// The export directory of the loaded image names exactly the export list,
 // and exports nothing by ordinal alone.
 void check_export_directory(HMODULE library) {
   const auto* base = reinterpret_cast<const unsigned char*>(library);
@@ -71,13 +71,13 @@ void check_export_directory(HMODULE library) {
   for (DWORD i = 0; i < directory->NumberOfNames; ++i) {
     exported.insert(reinterpret_cast<const char*>(base + names[i]));
   }
-  const std::set<std::string> designed(std::begin(kDesignedExports), std::end(kDesignedExports));
-  expect(directory->NumberOfNames == kDesignedExportCount,
+  const std::set<std::string> expected(std::begin(kExports), std::end(kExports));
+  expect(directory->NumberOfNames == kExportCount,
          "export directory has " + std::to_string(directory->NumberOfNames) + " names");
-  expect(directory->NumberOfFunctions == kDesignedExportCount,
+  expect(directory->NumberOfFunctions == kExportCount,
          "export directory has " + std::to_string(directory->NumberOfFunctions) + " entries");
-  for (const std::string& name : exported) expect(designed.count(name) == 1, "extra export " + name);
-  for (const std::string& name : designed) expect(exported.count(name) == 1, "missing export " + name);
+  for (const std::string& name : exported) expect(expected.count(name) == 1, "extra export " + name);
+  for (const std::string& name : expected) expect(exported.count(name) == 1, "missing export " + name);
 }
 
 void check_version_block(HMODULE library) {
