@@ -26,7 +26,7 @@ list=$root/scripts/mutations.txt
 sample=(I03 P01 P03 M04 C01 B04 K01 A01)
 python=/usr/bin/python3
 
-exclude='golden_results|python'
+exclude='golden_results(_[a-z0-9]+)?|python'
 ids=() in_place=""
 for arg in "$@"; do
   case $arg in

@@ -15,7 +15,6 @@ inline constexpr int kPlanar = 0x902404;
 inline constexpr int kAxisymmetric = 0x906404;
 inline constexpr int kSolid = 0x903C08;
 inline constexpr float kSafetyFactor = 0.9f;
-inline constexpr float kLargeDamping = 200.0f;
 }  // namespace
 
 void element_length(int n, int* STI_RESTRICT elem_status, int shape_code,
@@ -56,8 +55,7 @@ void increment(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT d
     const float rho = density[e];
     const float r_pad = rho > kSmallestNormal ? 0.0f : 1.0f;
     const float xi = std::sqrt((1.0f - r_pad) / (r_pad + rho) * inv_k) * damping;
-    // The first form is the limit of the second, free of its cancellation.
-    const float f = xi >= kLargeDamping ? 0.5f / xi : std::sqrt(xi * xi + 1.0f) - xi;
+    const float f = damping_reduction(xi);
     stable_time[e] = lsq[e] * kSafetyFactor * std::sqrt(std::fabs(rho) * inv_k) * f;
   }
 }

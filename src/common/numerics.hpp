@@ -53,13 +53,35 @@ inline float select_bits(bool cond, float a, float b) {
 // float, with no branch and no division by zero. The strict form (v < tiny)
 // serves membranes and most stages; the non-strict form (v <= tiny) serves the
 // cohesive frame and the acoustic path.
+// Guarded quotient: num * (1 - g) / (den + g) for a pad g that is 1 where the
+// divisor is unusable and 0 elsewhere: num / den, or exactly 0 (for a finite
+// num) where padded, and no lane ever divides by zero.
+inline float guarded_quotient(float num, float den, float g) {
+  return num * (1.0f - g) / (den + g);
+}
 inline float guarded_reciprocal(float v) {
-  const float g = v < kSmallestNormal ? 1.0f : 0.0f;
-  return (1.0f - g) / (v + g);
+  return guarded_quotient(1.0f, v, v < kSmallestNormal ? 1.0f : 0.0f);
 }
 inline float guarded_reciprocal_nonstrict(float v) {
-  const float g = v <= kSmallestNormal ? 1.0f : 0.0f;
-  return (1.0f - g) / (v + g);
+  return guarded_quotient(1.0f, v, v <= kSmallestNormal ? 1.0f : 0.0f);
+}
+
+// Damping reduction of an undamped increment for the damping ratio xi of the
+// highest mode: sqrt(1 + xi^2) - xi, or from xi = 200 on its limit form
+// 0.5 / xi, free of the cancellation. The limit form divides by 1 where it is
+// not taken, so that no lane of a vectorised loop divides by zero.
+inline constexpr float kLargeDamping = 200.0f;
+inline float damping_reduction(float xi) {
+  const bool large = xi >= kLargeDamping;
+  const float limit = 0.5f / select_bits(large, xi, 1.0f);
+  const float root = std::sqrt(1.0f + xi * xi) - xi;
+  return large ? limit : root;
+}
+
+// Squared distance between two points of a plane.
+inline float squared_distance(float xa, float ya, float xb, float yb) {
+  const float dx = xb - xa, dy = yb - ya;
+  return dx * dx + dy * dy;
 }
 
 // Guarded normalisation: a vector shorter than the smallest normal float
@@ -105,6 +127,20 @@ inline void in_plane_axes(Vec3 n, Vec3& s, Vec3& t) {
 // Element-fastest indexing: component c of node k of element e, all from 0, in a
 // batch array of n elements and K nodes: e + n * (k + K * c).
 inline int at(int n, int K, int e, int k, int c) { return e + n * (k + K * c); }
+
+// The in-plane coordinates of the four corners of element e in an
+// element-fastest array of four nodes with (at least) two components.
+struct Corners4 {
+  float x[4], y[4];
+};
+inline Corners4 four_corners(const float* a, int n, int e) {
+  Corners4 q;
+  for (int k = 0; k < 4; ++k) {
+    q.x[k] = a[at(n, 4, e, k, 0)];
+    q.y[k] = a[at(n, 4, e, k, 1)];
+  }
+  return q;
+}
 
 inline std::uint32_t bits_of(float v) { return std::bit_cast<std::uint32_t>(v); }
 

@@ -12,17 +12,10 @@
 namespace sti::material {
 namespace {
 
-constexpr float kLargeDamping = 200.0f;  // from here on the limit form 0.5 / xi
-
 // Damping reduction of the undamped increment x.
 inline float damped(float x, float bulk_b1, float a, float beta) {
   const float xi = bulk_b1 + a * x + beta / x;
-  const bool large = xi >= kLargeDamping;
-  // The limit form divides by 1 where it is not taken, so that no lane of a
-  // vectorised loop divides by zero.
-  const float limit = 0.5f / select_bits(large, xi, 1.0f);
-  const float root = std::sqrt(1.0f + xi * xi) - xi;
-  return x * (large ? limit : root);
+  return x * damping_reduction(xi);
 }
 
 // Undamped increment with the plane-stress modulus. Without the frequency

@@ -16,11 +16,6 @@ namespace {
 inline constexpr float kTriangleFactor = std::bit_cast<float>(0x3DC5F02Au);  // 0.09664948
 inline constexpr float kQuadFactor = std::bit_cast<float>(0x3E8B2164u);      // 0.27173913
 inline constexpr float kHeightFactor = std::bit_cast<float>(0x3F855555u);    // 1.0416666
-
-inline float squared_distance(float xa, float ya, float xb, float yb) {
-  const float dx = xb - xa, dy = yb - ya;
-  return dx * dx + dy * dy;
-}
 }  // namespace
 
 void triangle_frequency(int n, const float* STI_RESTRICT coords, const float* STI_RESTRICT work_b,

@@ -13,11 +13,6 @@ namespace sti::shell {
 
 namespace {
 inline constexpr float kShellFrequencyFactor = std::bit_cast<float>(0x3E83F571u);  // 0.25773194
-
-inline float squared_distance(float xa, float ya, float xb, float yb) {
-  const float dx = xb - xa, dy = yb - ya;
-  return dx * dx + dy * dy;
-}
 }  // namespace
 
 void small_strain_shell_frequency(int n, const float* STI_RESTRICT coords,
