@@ -8,6 +8,7 @@
 
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
+#include "shell/plane_terms.hpp"
 #include "shell/shell.hpp"
 
 namespace sti::shell {
@@ -15,7 +16,6 @@ namespace sti::shell {
 namespace {
 inline constexpr float kTriangleFactor = std::bit_cast<float>(0x3DC5F02Au);  // 0.09664948
 inline constexpr float kQuadFactor = std::bit_cast<float>(0x3E8B2164u);      // 0.27173913
-inline constexpr float kHeightFactor = std::bit_cast<float>(0x3F855555u);    // 1.0416666
 }  // namespace
 
 void triangle_frequency(int n, const float* STI_RESTRICT coords, const float* STI_RESTRICT work_b,
@@ -41,47 +41,32 @@ void triangle_frequency(int n, const float* STI_RESTRICT coords, const float* ST
 void quadrilateral_frequency(int full_integration, int n, const float* STI_RESTRICT coords,
                              const float* STI_RESTRICT work_a, const float* STI_RESTRICT work_b,
                              float* STI_RESTRICT freq) {
-  float* freq_a = freq;
-  float* freq_b = freq + n;
-  for (int e = 0; e < n; ++e) {
-    const float x1 = coords[at(n, 4, e, 0, 0)], y1 = coords[at(n, 4, e, 0, 1)];
-    const float x2 = coords[at(n, 4, e, 1, 0)], y2 = coords[at(n, 4, e, 1, 1)];
-    const float x3 = coords[at(n, 4, e, 2, 0)], y3 = coords[at(n, 4, e, 2, 1)];
-    const float x4 = coords[at(n, 4, e, 3, 0)], y4 = coords[at(n, 4, e, 3, 1)];
-    const float l12 = squared_distance(x1, y1, x2, y2);
-    const float l23 = squared_distance(x2, y2, x3, y3);
-    const float l34 = squared_distance(x3, y3, x4, y4);
-    float l41 = squared_distance(x4, y4, x1, y1);
-    const float d13 = squared_distance(x1, y1, x3, y3);
-    const float d24 = squared_distance(x2, y2, x4, y4);
-
-    if (full_integration != 1) {
-      const float p = l23 - l41, q = l12 - l34;
-      const float s = d13 + d24;
-      const float f = s >= kSmallestNormal ? 0.0f : 1.0f;
-      freq_a[e] = kQuadFactor * work_b[e] * ((q * q + p * p) * 0.5f * work_b[e] + s);
-      const float r = work_a[e] * 2.0f * (1.0f - f) / (s + f);
-      freq_b[e] = r * r;
-      continue;
+  float* STI_RESTRICT freq_a = freq;
+  float* STI_RESTRICT freq_b = freq + n;
+  // A loop of its own for each integration: one loop over both would
+  // compute both bounds for every element.
+  if (full_integration == 1) {
+    for (int e = 0; e < n; ++e) {
+      freq_a[e] = height_frequency(four_corners(coords, n, e), work_a[e]);
+      freq_b[e] = 0.0f;
     }
-
-    // Fully integrated: the bound from a minimum height; a collapsed last edge
-    // must not count as the shortest side.
-    l41 = l41 <= kSmallestNormal ? kLargestFloat : l41;
-    const float area = (0.0f - (y3 - y1) * (x4 - x2) + (y4 - y2) * (x3 - x1)) * 0.5f;
-    const float dm = min_of(d13, d24);
-    const float f1 = dm <= kSmallestNormal ? 1.0f : 0.0f;
-    const float opposite = max_of(l12 + l34 + 2.0f * std::sqrt(l12 * l34),
-                                  l23 + l41 + 2.0f * std::sqrt(l23 * l41));
-    const float lm = l41 > kSmallestNormal ? opposite : max_of(l12, l23, l34);
-    const float f2 = lm < kSmallestNormal ? 1.0f : 0.0f;
-    const float em = min_of(min_of(min_of(l12, l23), l34), l41);
-    const float a2 = area * area;
-    const float h =
-        min_of(max_of(em, a2 * (1.0f - f1) / (dm + f1)), 4.0f * a2 * (1.0f - f2) / (lm + f2));
-    const float f3 = h <= kSmallestNormal ? 1.0f : 0.0f;
-    freq_a[e] = work_a[e] * kHeightFactor * (1.0f - f3) / (h + f3);
-    freq_b[e] = 0.0f;
+    return;
+  }
+  // One-point integration: the bound from the edges and diagonals.
+  for (int e = 0; e < n; ++e) {
+    const Corners4 c = four_corners(coords, n, e);
+    const float l12 = squared_distance(c.x[0], c.y[0], c.x[1], c.y[1]);
+    const float l23 = squared_distance(c.x[1], c.y[1], c.x[2], c.y[2]);
+    const float l34 = squared_distance(c.x[2], c.y[2], c.x[3], c.y[3]);
+    const float l41 = squared_distance(c.x[3], c.y[3], c.x[0], c.y[0]);
+    const float d13 = squared_distance(c.x[0], c.y[0], c.x[2], c.y[2]);
+    const float d24 = squared_distance(c.x[1], c.y[1], c.x[3], c.y[3]);
+    const float p = l23 - l41, q = l12 - l34;
+    const float s = d13 + d24;
+    const float f = s >= kSmallestNormal ? 0.0f : 1.0f;
+    freq_a[e] = kQuadFactor * work_b[e] * ((q * q + p * p) * 0.5f * work_b[e] + s);
+    const float r = work_a[e] * 2.0f * (1.0f - f) / (s + f);
+    freq_b[e] = r * r;
   }
 }
 
