@@ -16,19 +16,19 @@ void fail_all(int n, int* elem_status, int status) {
   for (int e = 0; e < n; ++e) elem_status[e] = status;
 }
 
-// Membranes, shells and continuum shells: frame, rotation into it, then the
-// plane measure of the element's own plane and its frequency bound.
+// Membranes, shells and continuum shells: the in-plane coordinates in the
+// element's frame, then the measure of that plane and its frequency bound.
 void surface_geometry(int n, int point_index, int run_point_count, Variant variant,
                       int* elem_status, int freq_flag, const float* tri_flag, const float* coords_g,
                       const float* coords_d, float* element_mass, const float* thickness,
                       const float* density, float* lsq, float* freq, const float* rule_dn1,
                       const float* rule_dn2, const GeometryWork& w) {
-  shell::surface_frame(n, point_index, run_point_count, rule_dn1, rule_dn2, coords_g,
-                       w.shape->surface.frame);
-  shell::rotate_into_frame(n, coords_g, w.shape->surface.local_g, w.shape->surface.frame);
+  const bool pairs = variant == Variant::kContinuumShell;
+  shell::surface_plane(n, point_index, run_point_count, rule_dn1, rule_dn2, coords_g,
+                       w.shape->surface.local_g, pairs ? coords_d : nullptr,
+                       w.shape->surface.local_d);
 
-  if (variant == Variant::kContinuumShell) {
-    shell::rotate_into_frame(n, coords_d, w.shape->surface.local_d, w.shape->surface.frame);
+  if (pairs) {
     shell::continuum_shell(n, elem_status, tri_flag, w.shape->surface.local_g, coords_d,
                            w.shape->surface.local_d, element_mass, thickness, density, lsq);
     return;
