@@ -25,8 +25,8 @@ void surface_geometry(int n, int point_index, int run_point_count, Variant varia
                       const float* rule_dn2, const GeometryWork& w) {
   const bool pairs = variant == Variant::kContinuumShell;
   shell::surface_plane(n, point_index, run_point_count, rule_dn1, rule_dn2, coords_g,
-                       w.shape->surface.local_g, pairs ? coords_d : nullptr,
-                       w.shape->surface.local_d);
+                       w.shape->surface.frame, w.shape->surface.local_g,
+                       pairs ? coords_d : nullptr, w.shape->surface.local_d);
 
   if (pairs) {
     shell::continuum_shell(n, elem_status, tri_flag, w.shape->surface.local_g, coords_d,

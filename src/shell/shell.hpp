@@ -10,13 +10,13 @@ void surface_frame(int n, int point_index, int run_point_count, const float* STI
                    const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT coords,
                    float* STI_RESTRICT frame);
 
-// The frame and the rotation into it in one pass, keeping the in-plane
-// components (0 and 1) of `local` only; with `vectors_d` not null, also those
-// of the second set of nodal vectors `vectors_d`, in `local_d`.
+// surface_frame, then the in-plane components (0 and 1) of rotate_into_frame
+// into `local`; with `vectors_d` not null, also those of that second set of
+// nodal vectors, in `local_d`. The normal components are not formed.
 void surface_plane(int n, int point_index, int run_point_count, const float* STI_RESTRICT rule_dn1,
                    const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT coords,
-                   float* STI_RESTRICT local, const float* STI_RESTRICT vectors_d,
-                   float* STI_RESTRICT local_d);
+                   float* STI_RESTRICT frame, float* STI_RESTRICT local,
+                   const float* STI_RESTRICT vectors_d, float* STI_RESTRICT local_d);
 
 void rotate_into_frame(int n, const float* STI_RESTRICT vectors, float* STI_RESTRICT local,
                        const float* STI_RESTRICT frame);
