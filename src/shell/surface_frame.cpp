@@ -99,20 +99,19 @@ void axis_rows(int n, const float* STI_RESTRICT nx, const float* STI_RESTRICT ny
 }
 
 // In-plane coordinates (components 0 and 1) of the batch's nodal vectors in
-// the frame's axes s and t.
+// the frame's axes s and t. Each element writes its own entries of `local`
+// only, so the loop carries no dependence.
 void plane_rows(int n, const float* STI_RESTRICT vectors, const float* STI_RESTRICT sx,
                 const float* STI_RESTRICT sy, const float* STI_RESTRICT sz,
                 const float* STI_RESTRICT tx, const float* STI_RESTRICT ty,
                 const float* STI_RESTRICT tz, float* STI_RESTRICT local) {
-  for (int k = 0; k < 4; ++k) {
-    const float* STI_RESTRICT qx = vectors + at(n, 4, 0, k, 0);
-    const float* STI_RESTRICT qy = vectors + at(n, 4, 0, k, 1);
-    const float* STI_RESTRICT qz = vectors + at(n, 4, 0, k, 2);
-    float* STI_RESTRICT lx = local + at(n, 4, 0, k, 0);
-    float* STI_RESTRICT ly = local + at(n, 4, 0, k, 1);
-    for (int e = 0; e < n; ++e) {
-      lx[e] = along(qx[e], qy[e], qz[e], {sx[e], sy[e], sz[e]});
-      ly[e] = along(qx[e], qy[e], qz[e], {tx[e], ty[e], tz[e]});
+#pragma GCC ivdep
+  for (int e = 0; e < n; ++e) {
+    const Vec3 s{sx[e], sy[e], sz[e]}, t{tx[e], ty[e], tz[e]};
+    for (int k = 0; k < 4; ++k) {
+      const Vec3 q = node_of(vectors, n, e, k);
+      local[at(n, 4, e, k, 0)] = along(q.x, q.y, q.z, s);
+      local[at(n, 4, e, k, 1)] = along(q.x, q.y, q.z, t);
     }
   }
 }
