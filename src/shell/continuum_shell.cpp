@@ -3,8 +3,6 @@
 // the mass, and the stack judged as a shell. A stack far too thin for its span,
 // or one whose upper or lower face has folded over or stands edge-on, fails
 // with the area status; the stack's own thickness enters no output.
-#include <cmath>
-
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
 #include "shell/shell.hpp"
@@ -15,8 +13,7 @@ namespace {
 inline constexpr float kThinLimit = std::bit_cast<float>(0x358637BDu);  // 1.0e-6
 
 inline float global_length(const float* d, int n, int e, int k) {
-  const float x = d[at(n, 4, e, k, 0)], y = d[at(n, 4, e, k, 1)], z = d[at(n, 4, e, k, 2)];
-  return std::sqrt(x * x + y * y + z * z);
+  return length({d[at(n, 4, e, k, 0)], d[at(n, 4, e, k, 1)], d[at(n, 4, e, k, 2)]});
 }
 }  // namespace
 
@@ -26,10 +23,9 @@ void continuum_shell(int n, int* STI_RESTRICT elem_status, const float* STI_REST
                      const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
                      float* STI_RESTRICT lsq) {
   for (int e = 0; e < n; ++e) {
-    const float x1 = local_g[at(n, 4, e, 0, 0)], y1 = local_g[at(n, 4, e, 0, 1)];
-    const float x2 = local_g[at(n, 4, e, 1, 0)], y2 = local_g[at(n, 4, e, 1, 1)];
-    const float x3 = local_g[at(n, 4, e, 2, 0)], y3 = local_g[at(n, 4, e, 2, 1)];
-    const float x4 = local_g[at(n, 4, e, 3, 0)], y4 = local_g[at(n, 4, e, 3, 1)];
+    const Corners4 c = four_corners(local_g, n, e);
+    const float x1 = c.x[0], y1 = c.y[0], x2 = c.x[1], y2 = c.y[1];
+    const float x3 = c.x[2], y3 = c.y[2], x4 = c.x[3], y4 = c.y[3];
     const float tri = tri_flag[e];
 
     // Mid-surface as a one-point quadrilateral. The frame turns over with the
@@ -58,14 +54,12 @@ void continuum_shell(int n, int* STI_RESTRICT elem_status, const float* STI_REST
   // Folding: twice the signed area of each face as seen along the mid-surface
   // normal must stay positive.
   for (int e = 0; e < n; ++e) {
-    const float x1 = local_g[at(n, 4, e, 0, 0)], y1 = local_g[at(n, 4, e, 0, 1)];
-    const float x2 = local_g[at(n, 4, e, 1, 0)], y2 = local_g[at(n, 4, e, 1, 1)];
-    const float x3 = local_g[at(n, 4, e, 2, 0)], y3 = local_g[at(n, 4, e, 2, 1)];
-    const float x4 = local_g[at(n, 4, e, 3, 0)], y4 = local_g[at(n, 4, e, 3, 1)];
-    const float u1 = local_d[at(n, 4, e, 0, 0)], v1 = local_d[at(n, 4, e, 0, 1)];
-    const float u2 = local_d[at(n, 4, e, 1, 0)], v2 = local_d[at(n, 4, e, 1, 1)];
-    const float u3 = local_d[at(n, 4, e, 2, 0)], v3 = local_d[at(n, 4, e, 2, 1)];
-    const float u4 = local_d[at(n, 4, e, 3, 0)], v4 = local_d[at(n, 4, e, 3, 1)];
+    const Corners4 c = four_corners(local_g, n, e);
+    const float x1 = c.x[0], y1 = c.y[0], x2 = c.x[1], y2 = c.y[1];
+    const float x3 = c.x[2], y3 = c.y[2], x4 = c.x[3], y4 = c.y[3];
+    const Corners4 d = four_corners(local_d, n, e);
+    const float u1 = d.x[0], v1 = d.y[0], u2 = d.x[1], v2 = d.y[1];
+    const float u3 = d.x[2], v3 = d.y[2], u4 = d.x[3], v4 = d.y[3];
 
     const float uf1 = (u3 + (x3 - x1)) - u1;
     const float uf2 = (v4 + (y4 - y2)) - v2;

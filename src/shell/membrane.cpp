@@ -29,10 +29,9 @@ void full_membrane(int n, int* STI_RESTRICT elem_status, int point_index,
   const float b1 = rule_dn2[row + 0], b2 = rule_dn2[row + 1];
   const float b3 = rule_dn2[row + 2], b4 = rule_dn2[row + 3];
   for (int e = 0; e < n; ++e) {
-    const float x1 = local_g[at(n, 4, e, 0, 0)], y1 = local_g[at(n, 4, e, 0, 1)];
-    const float x2 = local_g[at(n, 4, e, 1, 0)], y2 = local_g[at(n, 4, e, 1, 1)];
-    const float x3 = local_g[at(n, 4, e, 2, 0)], y3 = local_g[at(n, 4, e, 2, 1)];
-    const float x4 = local_g[at(n, 4, e, 3, 0)], y4 = local_g[at(n, 4, e, 3, 1)];
+    const Corners4 c = four_corners(local_g, n, e);
+    const float x1 = c.x[0], y1 = c.y[0], x2 = c.x[1], y2 = c.y[1];
+    const float x3 = c.x[2], y3 = c.y[2], x4 = c.x[3], y4 = c.y[3];
 
     const float j11 = a1 * x1 + a2 * x2 + a3 * x3 + a4 * x4;
     const float j12 = a1 * y1 + a2 * y2 + a3 * y3 + a4 * y4;
@@ -77,7 +76,7 @@ void axisymmetric_shell(int n, int* STI_RESTRICT elem_status, const float* STI_R
     const float x1 = coords_g[at(n, 2, e, 0, 0)], y1 = coords_g[at(n, 2, e, 0, 1)];
     const float x2 = coords_g[at(n, 2, e, 1, 0)], y2 = coords_g[at(n, 2, e, 1, 1)];
     const float dx = x2 - x1, dy = y2 - y1;
-    const float l = std::sqrt(dx * dx + dy * dy);
+    const float l = std::sqrt(squared_distance(x1, y1, x2, y2));
     const float f = guarded_reciprocal(l);
     const float c = dx * f, s = dy * f;
 

@@ -22,10 +22,9 @@ void small_strain_shell_frequency(int n, const float* STI_RESTRICT coords,
   float* STI_RESTRICT freq_a = freq;
   float* STI_RESTRICT freq_b = freq + n;
   for (int e = 0; e < n; ++e) {
-    const float x1 = coords[at(n, 4, e, 0, 0)], y1 = coords[at(n, 4, e, 0, 1)];
-    const float x2 = coords[at(n, 4, e, 1, 0)], y2 = coords[at(n, 4, e, 1, 1)];
-    const float x3 = coords[at(n, 4, e, 2, 0)], y3 = coords[at(n, 4, e, 2, 1)];
-    const float x4 = coords[at(n, 4, e, 3, 0)], y4 = coords[at(n, 4, e, 3, 1)];
+    const Corners4 c = four_corners(coords, n, e);
+    const float x1 = c.x[0], y1 = c.y[0], x2 = c.x[1], y2 = c.y[1];
+    const float x3 = c.x[2], y3 = c.y[2], x4 = c.x[3], y4 = c.y[3];
     const float t = tri_flag[e];
     const float l12 = squared_distance(x1, y1, x2, y2);
     const float l23 = squared_distance(x2, y2, x3, y3);
