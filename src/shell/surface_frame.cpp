@@ -59,8 +59,7 @@ inline Vec3 element_normal(const float* coords, int n, int e, const Tangents& ta
   Vec3 a, b;
   tangents(node_of(coords, n, e, 0), node_of(coords, n, e, 1), node_of(coords, n, e, 2),
            node_of(coords, n, e, 3), a, b);
-  const Vec3 nrm = normalised<Guard::kStrict>(cross(a, b));
-  return nrm;
+  return normalised<Guard::kStrict>(cross(a, b));
 }
 
 // Component of a nodal vector q along a frame axis.
