@@ -44,27 +44,59 @@ inline float blended_factor(const Blend& b, float r) {
   return b.lower + b.rise * (1.0f - cr::exp(b.rate * (r - 1.0f)));
 }
 
-// Replaces each aspect r by its factor: the lower plateau up to 1, the upper
-// one beyond upper_bound (and for a NaN), the blend in between. A batch with
-// no aspect inside the range (most batches of a regular mesh) takes its
-// plateaus in a loop that vectorises; otherwise the exponential runs only for
-// the elements inside it.
-void shape_factors(int n, const Blend& b, float* STI_RESTRICT r) {
-  bool any_inside = false;
-  for (int e = 0; e < n; ++e) any_inside |= r[e] > 1.0f && r[e] <= b.upper_bound;
-  if (any_inside)
-    for (int e = 0; e < n; ++e)
-      if (r[e] > 1.0f && r[e] <= b.upper_bound)
-        r[e] = blended_factor(b, r[e]);
-      else
-        r[e] = r[e] <= 1.0f ? b.lower : b.upper;
-  else
-    for (int e = 0; e < n; ++e) r[e] = r[e] <= 1.0f ? b.lower : b.upper;
-}
+inline bool in_blend(const Blend& b, float r) { return r > 1.0f && r <= b.upper_bound; }
+
+// The plateau of an aspect r outside the blend range: the lower one up to 1,
+// the upper one beyond upper_bound (and for a NaN).
+inline float plateau(const Blend& b, float r) { return r <= 1.0f ? b.lower : b.upper; }
 
 inline float estimate(float padded_volume, float multiplier, float c, float m) {
   const float g = collapsed_face_pad(m);
   return padded_volume * multiplier * c * (1.0f - g) / (m + g);
+}
+
+// The largest of the family's face measures: faces A to D (every face of a
+// tetrahedron stored as a hexahedron), then E for wedges and F for hexahedra.
+template <Family F>
+inline float largest_face(int n, const float* coords, int e) {
+  const float fa = face_measure(n, coords, e, 0, 1, 2, 3);
+  const float fb = face_measure(n, coords, e, 4, 5, 6, 7);
+  const float fc = face_measure(n, coords, e, 0, 1, 5, 4);
+  const float fd = face_measure(n, coords, e, 1, 2, 6, 5);
+  float m = max_of(max_of(max_of(fa, fb), fc), fd);
+  if constexpr (F != Family::kTetrahedron) m = max_of(m, face_measure(n, coords, e, 2, 3, 7, 6));
+  if constexpr (F == Family::kHexahedron) m = max_of(m, face_measure(n, coords, e, 3, 0, 4, 7));
+  return m;
+}
+
+// The aspect A^(3/2) / V from the largest face measure m = 16 A^2 and the
+// guarded reciprocal volume.
+inline float aspect(float m, float reciprocal_volume) {
+  const float q = 0.0625f * m;
+  return reciprocal_volume * std::sqrt(q) * std::sqrt(std::sqrt(q));
+}
+
+// Wedges and hexahedra, in one pass that takes each aspect's plateau and
+// counts the aspects inside the blend range (none in most batches of a
+// regular mesh); only those elements are then measured again to take the
+// blended factor, the one place that needs an exponential.
+template <Family F>
+void blended_face_area(int n, const Blend& b, float multiplier, const float* STI_RESTRICT coords,
+                       float* STI_RESTRICT freq_a, const float* STI_RESTRICT work_a,
+                       const float* STI_RESTRICT work_b) {
+  int inside = 0;
+  for (int e = 0; e < n; ++e) {
+    const float m = largest_face<F>(n, coords, e);
+    const float r = aspect(m, work_b[e]);
+    inside += in_blend(b, r) ? 1 : 0;
+    freq_a[e] = estimate(work_a[e], multiplier, plateau(b, r), m);
+  }
+  if (inside == 0) return;
+  for (int e = 0; e < n; ++e) {
+    const float m = largest_face<F>(n, coords, e);
+    const float r = aspect(m, work_b[e]);
+    if (in_blend(b, r)) freq_a[e] = estimate(work_a[e], multiplier, blended_factor(b, r), m);
+  }
 }
 
 }  // namespace
@@ -74,49 +106,20 @@ void hexahedron_face_area(int n, int elem_type_id, const float* STI_RESTRICT coo
                           const float* STI_RESTRICT work_b) {
   if (n < 1) return;
   float* freq_a = freq;
-  // Faces A to D hold every face of a tetrahedron stored as a hexahedron.
-  for (int e = 0; e < n; ++e) {
-    const float fa = face_measure(n, coords, e, 0, 1, 2, 3);
-    const float fb = face_measure(n, coords, e, 4, 5, 6, 7);
-    const float fc = face_measure(n, coords, e, 0, 1, 5, 4);
-    const float fd = face_measure(n, coords, e, 1, 2, 6, 5);
-    freq_a[e] = max_of(max_of(max_of(fa, fb), fc), fd);
-  }
-
   switch (family_of(elem_type_id)) {
     case Family::kTetrahedron:
-      for (int e = 0; e < n; ++e) {
-        const float m = freq_a[e];
-        freq_a[e] = estimate(work_a[e], kTetMultiplier, 1.0f, m);
-      }
-      break;
-    case Family::kWedge: {
-      float factor[kBatchCapacity];  // the aspect, then its shape factor
-      for (int e = 0; e < n; ++e) {
-        const float m = max_of(freq_a[e], face_measure(n, coords, e, 2, 3, 7, 6));
-        const float q = 0.0625f * m;
-        freq_a[e] = m;
-        factor[e] = work_b[e] * std::sqrt(q) * std::sqrt(std::sqrt(q));
-      }
-      shape_factors(n, kWedgeBlend, factor);
       for (int e = 0; e < n; ++e)
-        freq_a[e] = estimate(work_a[e], kWedgeMultiplier, factor[e], freq_a[e]);
+        freq_a[e] = estimate(work_a[e], kTetMultiplier, 1.0f,
+                             largest_face<Family::kTetrahedron>(n, coords, e));
       break;
-    }
-    case Family::kHexahedron: {
-      float factor[kBatchCapacity];  // the aspect, then its shape factor
-      for (int e = 0; e < n; ++e) {
-        float m = max_of(freq_a[e], face_measure(n, coords, e, 2, 3, 7, 6));
-        m = max_of(m, face_measure(n, coords, e, 3, 0, 4, 7));
-        const float q = 0.0625f * m;
-        freq_a[e] = m;
-        factor[e] = work_b[e] * std::sqrt(q) * std::sqrt(std::sqrt(q));
-      }
-      shape_factors(n, kHexBlend, factor);
-      for (int e = 0; e < n; ++e)
-        freq_a[e] = estimate(work_a[e], kHexMultiplier, factor[e], freq_a[e]);
+    case Family::kWedge:
+      blended_face_area<Family::kWedge>(n, kWedgeBlend, kWedgeMultiplier, coords, freq_a, work_a,
+                                        work_b);
       break;
-    }
+    case Family::kHexahedron:
+      blended_face_area<Family::kHexahedron>(n, kHexBlend, kHexMultiplier, coords, freq_a, work_a,
+                                             work_b);
+      break;
   }
 }
 
