@@ -89,7 +89,6 @@ inline float gradient_component(const Differences& u, const Differences& v, cons
 
 }  // namespace
 
-constexpr int kIdentity[8] = {0, 1, 2, 3, 4, 5, 6, 7};
 
 // The hexahedron whose corner k is node nodes[k] of a K-node coordinate array.
 template <int K>
@@ -144,7 +143,22 @@ void hexahedron(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT 
                 float* STI_RESTRICT work_a, float* STI_RESTRICT work_b,
                 float* STI_RESTRICT element_mass, const float* STI_RESTRICT density,
                 float* STI_RESTRICT lsq) {
-  hexahedron_of<8>(n, elem_status, coords, kIdentity, work_a, work_b, element_mass, density, lsq);
+  hexahedron_of<8>(n, elem_status, coords, kHexahedronCorners, work_a, work_b, element_mass,
+                   density, lsq);
+}
+
+void hexahedron_of_corners(int n, int node_count, int* STI_RESTRICT elem_status,
+                           const float* STI_RESTRICT coords, float* STI_RESTRICT work_a,
+                           float* STI_RESTRICT work_b, float* STI_RESTRICT element_mass,
+                           const float* STI_RESTRICT density, float* STI_RESTRICT lsq) {
+  if (node_count == 4)
+    hexahedron_of<4>(n, elem_status, coords, kTetrahedronCorners, work_a, work_b, element_mass,
+                     density, lsq);
+  else if (node_count == 6)
+    hexahedron_of<6>(n, elem_status, coords, kWedgeCorners, work_a, work_b, element_mass, density,
+                     lsq);
+  else
+    hexahedron(n, elem_status, coords, work_a, work_b, element_mass, density, lsq);
 }
 
 void ten_node_piece(int n, int point_index, int* STI_RESTRICT elem_status,

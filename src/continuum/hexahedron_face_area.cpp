@@ -57,15 +57,19 @@ inline float estimate(float padded_volume, float multiplier, float c, float m) {
 
 // The largest of the family's face measures: faces A to D (every face of a
 // tetrahedron stored as a hexahedron), then E for wedges and F for hexahedra.
-template <Family F>
-inline float largest_face(int n, const float* coords, int e) {
-  const float fa = face_measure(n, coords, e, 0, 1, 2, 3);
-  const float fb = face_measure(n, coords, e, 4, 5, 6, 7);
-  const float fc = face_measure(n, coords, e, 0, 1, 5, 4);
-  const float fd = face_measure(n, coords, e, 1, 2, 6, 5);
+// Corner k is node nodes[k] of a K-node coordinate array.
+template <Family F, int K>
+inline float largest_face(int n, const float* coords, const int* nodes, int e) {
+  auto face = [&](int a, int b, int c, int d) {
+    return face_measure<K>(n, coords, e, nodes[a], nodes[b], nodes[c], nodes[d]);
+  };
+  const float fa = face(0, 1, 2, 3);
+  const float fb = face(4, 5, 6, 7);
+  const float fc = face(0, 1, 5, 4);
+  const float fd = face(1, 2, 6, 5);
   float m = max_of(max_of(max_of(fa, fb), fc), fd);
-  if constexpr (F != Family::kTetrahedron) m = max_of(m, face_measure(n, coords, e, 2, 3, 7, 6));
-  if constexpr (F == Family::kHexahedron) m = max_of(m, face_measure(n, coords, e, 3, 0, 4, 7));
+  if constexpr (F != Family::kTetrahedron) m = max_of(m, face(2, 3, 7, 6));
+  if constexpr (F == Family::kHexahedron) m = max_of(m, face(3, 0, 4, 7));
   return m;
 }
 
@@ -80,47 +84,67 @@ inline float aspect(float m, float reciprocal_volume) {
 // counts the aspects inside the blend range (none in most batches of a
 // regular mesh); only those elements are then measured again to take the
 // blended factor, the one place that needs an exponential.
-template <Family F>
+template <Family F, int K>
 void blended_face_area(int n, const Blend& b, float multiplier, const float* STI_RESTRICT coords,
-                       float* STI_RESTRICT freq_a, const float* STI_RESTRICT work_a,
-                       const float* STI_RESTRICT work_b) {
+                       const int* nodes, float* STI_RESTRICT freq_a,
+                       const float* STI_RESTRICT work_a, const float* STI_RESTRICT work_b) {
   int inside = 0;
   for (int e = 0; e < n; ++e) {
-    const float m = largest_face<F>(n, coords, e);
+    const float m = largest_face<F, K>(n, coords, nodes, e);
     const float r = aspect(m, work_b[e]);
     inside += in_blend(b, r) ? 1 : 0;
     freq_a[e] = estimate(work_a[e], multiplier, plateau(b, r), m);
   }
   if (inside == 0) return;
   for (int e = 0; e < n; ++e) {
-    const float m = largest_face<F>(n, coords, e);
+    const float m = largest_face<F, K>(n, coords, nodes, e);
     const float r = aspect(m, work_b[e]);
     if (in_blend(b, r)) freq_a[e] = estimate(work_a[e], multiplier, blended_factor(b, r), m);
   }
 }
+
+// The estimate of the type's face family on K-node coordinates.
+template <int K>
+void face_area_of(int n, int elem_type_id, const float* STI_RESTRICT coords, const int* nodes,
+                  float* STI_RESTRICT freq_a, const float* STI_RESTRICT work_a,
+                  const float* STI_RESTRICT work_b) {
+  if (n < 1) return;
+  switch (family_of(elem_type_id)) {
+    case Family::kTetrahedron:
+      for (int e = 0; e < n; ++e)
+        freq_a[e] = estimate(work_a[e], kTetMultiplier, 1.0f,
+                             largest_face<Family::kTetrahedron, K>(n, coords, nodes, e));
+      break;
+    case Family::kWedge:
+      blended_face_area<Family::kWedge, K>(n, kWedgeBlend, kWedgeMultiplier, coords, nodes,
+                                           freq_a, work_a, work_b);
+      break;
+    case Family::kHexahedron:
+      blended_face_area<Family::kHexahedron, K>(n, kHexBlend, kHexMultiplier, coords, nodes,
+                                                freq_a, work_a, work_b);
+      break;
+  }
+}
+
 
 }  // namespace
 
 void hexahedron_face_area(int n, int elem_type_id, const float* STI_RESTRICT coords,
                           float* STI_RESTRICT freq, const float* STI_RESTRICT work_a,
                           const float* STI_RESTRICT work_b) {
-  if (n < 1) return;
-  float* freq_a = freq;
-  switch (family_of(elem_type_id)) {
-    case Family::kTetrahedron:
-      for (int e = 0; e < n; ++e)
-        freq_a[e] = estimate(work_a[e], kTetMultiplier, 1.0f,
-                             largest_face<Family::kTetrahedron>(n, coords, e));
-      break;
-    case Family::kWedge:
-      blended_face_area<Family::kWedge>(n, kWedgeBlend, kWedgeMultiplier, coords, freq_a, work_a,
-                                        work_b);
-      break;
-    case Family::kHexahedron:
-      blended_face_area<Family::kHexahedron>(n, kHexBlend, kHexMultiplier, coords, freq_a, work_a,
-                                             work_b);
-      break;
-  }
+  face_area_of<8>(n, elem_type_id, coords, kHexahedronCorners, freq, work_a, work_b);
+}
+
+void hexahedron_face_area_of_corners(int n, int node_count, int elem_type_id,
+                                     const float* STI_RESTRICT coords, float* STI_RESTRICT freq,
+                                     const float* STI_RESTRICT work_a,
+                                     const float* STI_RESTRICT work_b) {
+  if (node_count == 4)
+    face_area_of<4>(n, elem_type_id, coords, kTetrahedronCorners, freq, work_a, work_b);
+  else if (node_count == 6)
+    face_area_of<6>(n, elem_type_id, coords, kWedgeCorners, freq, work_a, work_b);
+  else
+    face_area_of<8>(n, elem_type_id, coords, kHexahedronCorners, freq, work_a, work_b);
 }
 
 }  // namespace sti::continuum

@@ -24,7 +24,6 @@ struct Piece {
     return face_measure<K>(n, coords, e, nodes[a], nodes[b], nodes[c], nodes[d]);
   }
 };
-constexpr int kIdentity[8] = {0, 1, 2, 3, 4, 5, 6, 7};
 
 // Faces of a hexahedral piece, zero-based corners in order.
 template <int K> float face_a(int n, Piece<K> h, int e) { return h.face(n, e, 0, 1, 2, 3); }
@@ -96,7 +95,7 @@ void piece_face_area(int n, int point_index, Piece<K> hex_coords, float* STI_RES
 
 void tetrahedron_piece_face_area(int n, int point_index, const float* STI_RESTRICT hex_coords,
                                  float* STI_RESTRICT freq, const float* STI_RESTRICT work_a) {
-  piece_face_area<8>(n, point_index, Piece<8>{hex_coords, kIdentity}, freq, work_a);
+  piece_face_area<8>(n, point_index, Piece<8>{hex_coords, kHexahedronCorners}, freq, work_a);
 }
 
 void ten_node_piece_face_area(int n, int point_index, const float* STI_RESTRICT coords,
