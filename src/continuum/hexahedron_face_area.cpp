@@ -82,25 +82,26 @@ inline float aspect(float m, float reciprocal_volume) {
 
 // Wedges and hexahedra, in one pass that takes each aspect's plateau and
 // counts the aspects inside the blend range (none in most batches of a
-// regular mesh); only those elements are then measured again to take the
-// blended factor, the one place that needs an exponential.
+// regular mesh). Only when there are some are the factors taken again, the
+// blended ones by the exponential, and the estimates formed from them.
 template <Family F, int K>
 void blended_face_area(int n, const Blend& b, float multiplier, const float* STI_RESTRICT coords,
                        const int* nodes, float* STI_RESTRICT freq_a,
                        const float* STI_RESTRICT work_a, const float* STI_RESTRICT work_b) {
+  float measure[kBatchCapacity], factor[kBatchCapacity];  // the aspect, then its factor
   int inside = 0;
   for (int e = 0; e < n; ++e) {
     const float m = largest_face<F, K>(n, coords, nodes, e);
     const float r = aspect(m, work_b[e]);
+    measure[e] = m;
+    factor[e] = r;
     inside += in_blend(b, r) ? 1 : 0;
     freq_a[e] = estimate(work_a[e], multiplier, plateau(b, r), m);
   }
   if (inside == 0) return;
-  for (int e = 0; e < n; ++e) {
-    const float m = largest_face<F, K>(n, coords, nodes, e);
-    const float r = aspect(m, work_b[e]);
-    if (in_blend(b, r)) freq_a[e] = estimate(work_a[e], multiplier, blended_factor(b, r), m);
-  }
+  for (int e = 0; e < n; ++e)
+    factor[e] = in_blend(b, factor[e]) ? blended_factor(b, factor[e]) : plateau(b, factor[e]);
+  for (int e = 0; e < n; ++e) freq_a[e] = estimate(work_a[e], multiplier, factor[e], measure[e]);
 }
 
 // The estimate of the type's face family on K-node coordinates.
@@ -125,7 +126,6 @@ void face_area_of(int n, int elem_type_id, const float* STI_RESTRICT coords, con
       break;
   }
 }
-
 
 }  // namespace
 
