@@ -35,6 +35,26 @@ void hexahedron_face_area(int n, int elem_type_id, const float* STI_RESTRICT coo
                           float* STI_RESTRICT freq, const float* STI_RESTRICT work_a,
                           const float* STI_RESTRICT work_b);
 
+// Zero-based nodes at the corners of a hexahedron: its own, and those of a
+// tetrahedron and of a wedge computed as the hexahedron of repeated corners
+// that their expanded connectivity lists.
+inline constexpr int kHexahedronCorners[8] = {0, 1, 2, 3, 4, 5, 6, 7};
+inline constexpr int kTetrahedronCorners[8] = {1, 2, 0, 1, 1, 3, 0, 1};
+inline constexpr int kWedgeCorners[8] = {0, 1, 2, 0, 3, 4, 5, 3};
+
+// The same two stages on tetrahedra (node_count 4) and wedges (6) gathered
+// without their repeated corners, each corner read in place from its node:
+// the same operations as on the hexahedron of repeated corners. Any other
+// node count reads eight nodes.
+void hexahedron_of_corners(int n, int node_count, int* STI_RESTRICT elem_status,
+                           const float* STI_RESTRICT coords, float* STI_RESTRICT work_a,
+                           float* STI_RESTRICT work_b, float* STI_RESTRICT element_mass,
+                           const float* STI_RESTRICT density, float* STI_RESTRICT lsq);
+void hexahedron_face_area_of_corners(int n, int node_count, int elem_type_id,
+                                     const float* STI_RESTRICT coords, float* STI_RESTRICT freq,
+                                     const float* STI_RESTRICT work_a,
+                                     const float* STI_RESTRICT work_b);
+
 void six_node_triangle_piece(int n, int point_index, float* STI_RESTRICT quad_coords,
                              const float* STI_RESTRICT coords);
 

@@ -44,27 +44,87 @@ inline float blended_factor(const Blend& b, float r) {
   return b.lower + b.rise * (1.0f - cr::exp(b.rate * (r - 1.0f)));
 }
 
-// Replaces each aspect r by its factor: the lower plateau up to 1, the upper
-// one beyond upper_bound (and for a NaN), the blend in between. A batch with
-// no aspect inside the range (most batches of a regular mesh) takes its
-// plateaus in a loop that vectorises; otherwise the exponential runs only for
-// the elements inside it.
-void shape_factors(int n, const Blend& b, float* STI_RESTRICT r) {
-  bool any_inside = false;
-  for (int e = 0; e < n; ++e) any_inside |= r[e] > 1.0f && r[e] <= b.upper_bound;
-  if (any_inside)
-    for (int e = 0; e < n; ++e)
-      if (r[e] > 1.0f && r[e] <= b.upper_bound)
-        r[e] = blended_factor(b, r[e]);
-      else
-        r[e] = r[e] <= 1.0f ? b.lower : b.upper;
-  else
-    for (int e = 0; e < n; ++e) r[e] = r[e] <= 1.0f ? b.lower : b.upper;
-}
+inline bool in_blend(const Blend& b, float r) { return r > 1.0f && r <= b.upper_bound; }
+
+// The plateau of an aspect r outside the blend range: the lower one up to 1,
+// the upper one beyond upper_bound (and for a NaN).
+inline float plateau(const Blend& b, float r) { return r <= 1.0f ? b.lower : b.upper; }
 
 inline float estimate(float padded_volume, float multiplier, float c, float m) {
   const float g = collapsed_face_pad(m);
   return padded_volume * multiplier * c * (1.0f - g) / (m + g);
+}
+
+// The largest of the family's face measures: faces A to D (every face of a
+// tetrahedron stored as a hexahedron), then E for wedges and F for hexahedra.
+// Corner k is node nodes[k] of a K-node coordinate array.
+template <Family F, int K>
+inline float largest_face(int n, const float* coords, const int* nodes, int e) {
+  auto face = [&](int a, int b, int c, int d) {
+    return face_measure<K>(n, coords, e, nodes[a], nodes[b], nodes[c], nodes[d]);
+  };
+  const float fa = face(0, 1, 2, 3);
+  const float fb = face(4, 5, 6, 7);
+  const float fc = face(0, 1, 5, 4);
+  const float fd = face(1, 2, 6, 5);
+  float m = max_of(max_of(max_of(fa, fb), fc), fd);
+  if constexpr (F != Family::kTetrahedron) m = max_of(m, face(2, 3, 7, 6));
+  if constexpr (F == Family::kHexahedron) m = max_of(m, face(3, 0, 4, 7));
+  return m;
+}
+
+// The aspect A^(3/2) / V from the largest face measure m = 16 A^2 and the
+// guarded reciprocal volume.
+inline float aspect(float m, float reciprocal_volume) {
+  const float q = 0.0625f * m;
+  return reciprocal_volume * std::sqrt(q) * std::sqrt(std::sqrt(q));
+}
+
+// Wedges and hexahedra, in one pass that takes each aspect's plateau and
+// counts the aspects inside the blend range (none in most batches of a
+// regular mesh). Only when there are some are the factors taken again, the
+// blended ones by the exponential, and the estimates formed from them.
+template <Family F, int K>
+void blended_face_area(int n, const Blend& b, float multiplier, const float* STI_RESTRICT coords,
+                       const int* nodes, float* STI_RESTRICT freq_a,
+                       const float* STI_RESTRICT work_a, const float* STI_RESTRICT work_b) {
+  float measure[kBatchCapacity], factor[kBatchCapacity];  // the aspect, then its factor
+  int inside = 0;
+  for (int e = 0; e < n; ++e) {
+    const float m = largest_face<F, K>(n, coords, nodes, e);
+    const float r = aspect(m, work_b[e]);
+    measure[e] = m;
+    factor[e] = r;
+    inside += in_blend(b, r) ? 1 : 0;
+    freq_a[e] = estimate(work_a[e], multiplier, plateau(b, r), m);
+  }
+  if (inside == 0) return;
+  for (int e = 0; e < n; ++e)
+    factor[e] = in_blend(b, factor[e]) ? blended_factor(b, factor[e]) : plateau(b, factor[e]);
+  for (int e = 0; e < n; ++e) freq_a[e] = estimate(work_a[e], multiplier, factor[e], measure[e]);
+}
+
+// The estimate of the type's face family on K-node coordinates.
+template <int K>
+void face_area_of(int n, int elem_type_id, const float* STI_RESTRICT coords, const int* nodes,
+                  float* STI_RESTRICT freq_a, const float* STI_RESTRICT work_a,
+                  const float* STI_RESTRICT work_b) {
+  if (n < 1) return;
+  switch (family_of(elem_type_id)) {
+    case Family::kTetrahedron:
+      for (int e = 0; e < n; ++e)
+        freq_a[e] = estimate(work_a[e], kTetMultiplier, 1.0f,
+                             largest_face<Family::kTetrahedron, K>(n, coords, nodes, e));
+      break;
+    case Family::kWedge:
+      blended_face_area<Family::kWedge, K>(n, kWedgeBlend, kWedgeMultiplier, coords, nodes,
+                                           freq_a, work_a, work_b);
+      break;
+    case Family::kHexahedron:
+      blended_face_area<Family::kHexahedron, K>(n, kHexBlend, kHexMultiplier, coords, nodes,
+                                                freq_a, work_a, work_b);
+      break;
+  }
 }
 
 }  // namespace
@@ -72,52 +132,19 @@ inline float estimate(float padded_volume, float multiplier, float c, float m) {
 void hexahedron_face_area(int n, int elem_type_id, const float* STI_RESTRICT coords,
                           float* STI_RESTRICT freq, const float* STI_RESTRICT work_a,
                           const float* STI_RESTRICT work_b) {
-  if (n < 1) return;
-  float* freq_a = freq;
-  // Faces A to D hold every face of a tetrahedron stored as a hexahedron.
-  for (int e = 0; e < n; ++e) {
-    const float fa = face_measure(n, coords, e, 0, 1, 2, 3);
-    const float fb = face_measure(n, coords, e, 4, 5, 6, 7);
-    const float fc = face_measure(n, coords, e, 0, 1, 5, 4);
-    const float fd = face_measure(n, coords, e, 1, 2, 6, 5);
-    freq_a[e] = max_of(max_of(max_of(fa, fb), fc), fd);
-  }
+  face_area_of<8>(n, elem_type_id, coords, kHexahedronCorners, freq, work_a, work_b);
+}
 
-  switch (family_of(elem_type_id)) {
-    case Family::kTetrahedron:
-      for (int e = 0; e < n; ++e) {
-        const float m = freq_a[e];
-        freq_a[e] = estimate(work_a[e], kTetMultiplier, 1.0f, m);
-      }
-      break;
-    case Family::kWedge: {
-      float factor[kBatchCapacity];  // the aspect, then its shape factor
-      for (int e = 0; e < n; ++e) {
-        const float m = max_of(freq_a[e], face_measure(n, coords, e, 2, 3, 7, 6));
-        const float q = 0.0625f * m;
-        freq_a[e] = m;
-        factor[e] = work_b[e] * std::sqrt(q) * std::sqrt(std::sqrt(q));
-      }
-      shape_factors(n, kWedgeBlend, factor);
-      for (int e = 0; e < n; ++e)
-        freq_a[e] = estimate(work_a[e], kWedgeMultiplier, factor[e], freq_a[e]);
-      break;
-    }
-    case Family::kHexahedron: {
-      float factor[kBatchCapacity];  // the aspect, then its shape factor
-      for (int e = 0; e < n; ++e) {
-        float m = max_of(freq_a[e], face_measure(n, coords, e, 2, 3, 7, 6));
-        m = max_of(m, face_measure(n, coords, e, 3, 0, 4, 7));
-        const float q = 0.0625f * m;
-        freq_a[e] = m;
-        factor[e] = work_b[e] * std::sqrt(q) * std::sqrt(std::sqrt(q));
-      }
-      shape_factors(n, kHexBlend, factor);
-      for (int e = 0; e < n; ++e)
-        freq_a[e] = estimate(work_a[e], kHexMultiplier, factor[e], freq_a[e]);
-      break;
-    }
-  }
+void hexahedron_face_area_of_corners(int n, int node_count, int elem_type_id,
+                                     const float* STI_RESTRICT coords, float* STI_RESTRICT freq,
+                                     const float* STI_RESTRICT work_a,
+                                     const float* STI_RESTRICT work_b) {
+  if (node_count == 4)
+    face_area_of<4>(n, elem_type_id, coords, kTetrahedronCorners, freq, work_a, work_b);
+  else if (node_count == 6)
+    face_area_of<6>(n, elem_type_id, coords, kWedgeCorners, freq, work_a, work_b);
+  else
+    face_area_of<8>(n, elem_type_id, coords, kHexahedronCorners, freq, work_a, work_b);
 }
 
 }  // namespace sti::continuum

@@ -98,6 +98,14 @@ void element_geometry(int n, int point_index, int run_point_count, int section_i
                                             density, lsq);
       break;
     case 0x3C08:  // hexahedra, and wedges and tetrahedra stored as hexahedra
+      if (w.corner_nodes != 0) {  // gathered without the repeated corners
+        continuum::hexahedron_of_corners(n, w.corner_nodes, elem_status, coords_g, w.work_a,
+                                         w.work_b, element_mass, density, lsq);
+        if (freq_flag == 1)
+          continuum::hexahedron_face_area_of_corners(n, w.corner_nodes, elem_type_id, coords_g,
+                                                     freq, w.work_a, w.work_b);
+        break;
+      }
       continuum::hexahedron(n, elem_status, coords_g, w.work_a, w.work_b, element_mass, density,
                             lsq);
       if (freq_flag == 1)

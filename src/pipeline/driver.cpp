@@ -136,7 +136,8 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
   //    gather's half differences follow its four points.
   float* coords_g = type->gather == Gather::kTenNode ? w.ten_node_coords : w.gathered.coords;
   float* coords_d = w.gathered.coords + kBatchCapacity * kPairPoints * 3;
-  const GeometryWork geometry{w.work_a, w.work_b, &w.gathered.shape};
+  const bool corners = type->gather == Gather::kCorners;
+  const GeometryWork geometry{w.work_a, w.work_b, &w.gathered.shape, corners ? node_count : 0};
   const int* geometry_connectivity =
       geom_node_count == node_count ? connectivity : w.gathered.expanded_connectivity;
   if (type->gather == Gather::kSolidPairs) {
@@ -149,6 +150,8 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
                         node_coords);
   } else if (type->gather == Gather::kTenNode) {
     gather_tet10(n, coord_stride, connectivity, coords_g, node_coords);
+  } else if (corners) {
+    gather(n * node_count, ndim, coord_stride, connectivity, coords_g, node_coords);
   } else {
     const int value_count = n * geom_node_count;
     gather(value_count, ndim, coord_stride, geometry_connectivity, coords_g, node_coords);

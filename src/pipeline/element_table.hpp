@@ -20,6 +20,7 @@ inline constexpr int kS = 16; // three-node beam: points scaled by 1/sqrt(6)
 // How the driver gathers the coordinates.
 enum class Gather {
   kPlain,        // node coordinates as they stand
+  kCorners,      // the catalogue nodes only: the geometry reads repeated corners in place
   kSolidPairs,   // mid-surface points and half differences across direction 3
   kPlanarPairs,  // the same across direction 2 of a quadrilateral
   kTenNode,      // ten nodes and their five derived points
@@ -72,10 +73,10 @@ inline constexpr ElementType kElementTypes[] = {
     {"B32", 1102, 3, 2, 0x3203, 3, 3, 0, 0, kU | kS, 0, 0, Gather::kPlain, Variant::kPlain, Face::kHexahedron},
     {"C3D10M", 374, 10, 4, 0x360B, 1, 3, 0, 0, kF, 0, 0, Gather::kTenNode, Variant::kPlain, Face::kHexahedron},
     {"C3D10MT", 444, 10, 4, 0x360B, 1, 3, 0, 0, kF, 0, 0, Gather::kTenNode, Variant::kPlain, Face::kHexahedron},
-    {"C3D4", 41, 4, 1, 0x3C08, 1, 3, 8, 0, kF, 0, 0, Gather::kPlain, Variant::kPlain, Face::kTetrahedron},
-    {"C3D4T", 415, 4, 1, 0x3C08, 1, 3, 8, 0, kF, 0, 0, Gather::kPlain, Variant::kPlain, Face::kTetrahedron},
-    {"C3D6", 43, 6, 2, 0x3C08, 1, 3, 8, 0, kF, 0, 0, Gather::kPlain, Variant::kPlain, Face::kWedge},
-    {"C3D6T", 416, 6, 2, 0x3C08, 1, 3, 8, 0, kF, 0, 0, Gather::kPlain, Variant::kPlain, Face::kWedge},
+    {"C3D4", 41, 4, 1, 0x3C08, 1, 3, 8, 0, kF, 0, 0, Gather::kCorners, Variant::kPlain, Face::kTetrahedron},
+    {"C3D4T", 415, 4, 1, 0x3C08, 1, 3, 8, 0, kF, 0, 0, Gather::kCorners, Variant::kPlain, Face::kTetrahedron},
+    {"C3D6", 43, 6, 2, 0x3C08, 1, 3, 8, 0, kF, 0, 0, Gather::kCorners, Variant::kPlain, Face::kWedge},
+    {"C3D6T", 416, 6, 2, 0x3C08, 1, 3, 8, 0, kF, 0, 0, Gather::kCorners, Variant::kPlain, Face::kWedge},
     {"C3D8", 6, 8, 8, 0x3C08, 1, 3, 0, 1, kF, 0, 0, Gather::kPlain, Variant::kPlain, Face::kHexahedron},
     {"C3D8I", 6, 8, 8, 0x3C08, 1, 3, 0, 1, kF, 0, 0, Gather::kPlain, Variant::kPlain, Face::kHexahedron},
     {"C3D8R", 56, 8, 1, 0x3C08, 1, 3, 0, 1, kF, 0, 0, Gather::kPlain, Variant::kPlain, Face::kHexahedron},

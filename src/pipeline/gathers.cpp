@@ -104,6 +104,31 @@ void gather_solid_pairs(int n, int ndim, int coord_stride, int direction,
   }
 }
 
+namespace {
+
+// The centroid (row 10) and the four face points (rows 11 to 14) of one
+// component, from the ten gathered nodes (rows 0 to 9) of that component.
+void ten_node_derived_points(int n, const float* STI_RESTRICT x,
+                             float* STI_RESTRICT derived) {
+  constexpr float kCornerWeight = 0.006803281f;
+  constexpr float kMidsideWeight = 0.16213115f;
+  constexpr float f = std::bit_cast<float>(0xBD888889u);  // -1/15
+  constexpr float m = std::bit_cast<float>(0x3ECCCCCDu);  // 0.4
+  for (int e = 0; e < n; ++e) {
+    const float x1 = x[e], x2 = x[e + n], x3 = x[e + 2 * n], x4 = x[e + 3 * n];
+    const float x5 = x[e + 4 * n], x6 = x[e + 5 * n], x7 = x[e + 6 * n];
+    const float x8 = x[e + 7 * n], x9 = x[e + 8 * n], x10 = x[e + 9 * n];
+    derived[e] = kCornerWeight * (x1 + x2 + x3 + x4) +
+                 kMidsideWeight * (x5 + x6 + x7 + x8 + x9 + x10);
+    derived[e + n] = f * (x1 + x2 + x3) + m * (x5 + x6 + x7);
+    derived[e + 2 * n] = f * (x1 + x2 + x4) + m * (x5 + x8 + x9);
+    derived[e + 3 * n] = f * (x2 + x3 + x4) + m * (x6 + x9 + x10);
+    derived[e + 4 * n] = f * (x3 + x1 + x4) + m * (x7 + x8 + x10);
+  }
+}
+
+}  // namespace
+
 // The ten nodes of the tetrahedron, then its centroid (node 11) and the four
 // face points (nodes 12 to 15), by fixed weights.
 void gather_tet10(int n, int coord_stride, const int* STI_RESTRICT connectivity,
@@ -116,29 +141,8 @@ void gather_tet10(int n, int coord_stride, const int* STI_RESTRICT connectivity,
 #pragma GCC unroll 3
       for (int c = 0; c < 3; ++c) coords_g[at(n, K, e, k, c)] = node[c];
     }
-
-  constexpr float kCornerWeight = 0.006803281f;
-  constexpr float kMidsideWeight = 0.16213115f;
-  for (int c = 0; c < 3; ++c) {
-    for (int e = 0; e < n; ++e) {
-      auto x = [&](int node) { return coords_g[at(n, K, e, node - 1, c)]; };
-      coords_g[at(n, K, e, 10, c)] =
-          kCornerWeight * (x(1) + x(2) + x(3) + x(4)) +
-          kMidsideWeight * (x(5) + x(6) + x(7) + x(8) + x(9) + x(10));
-    }
-  }
-
-  constexpr float f = std::bit_cast<float>(0xBD888889u);  // -1/15
-  constexpr float m = std::bit_cast<float>(0x3ECCCCCDu);  // 0.4
-  for (int c = 0; c < 3; ++c) {
-    for (int e = 0; e < n; ++e) {
-      auto x = [&](int node) { return coords_g[at(n, K, e, node - 1, c)]; };
-      coords_g[at(n, K, e, 11, c)] = f * (x(1) + x(2) + x(3)) + m * (x(5) + x(6) + x(7));
-      coords_g[at(n, K, e, 12, c)] = f * (x(1) + x(2) + x(4)) + m * (x(5) + x(8) + x(9));
-      coords_g[at(n, K, e, 13, c)] = f * (x(2) + x(3) + x(4)) + m * (x(6) + x(9) + x(10));
-      coords_g[at(n, K, e, 14, c)] = f * (x(3) + x(1) + x(4)) + m * (x(7) + x(8) + x(10));
-    }
-  }
+  for (int c = 0; c < 3; ++c)
+    ten_node_derived_points(n, coords_g + at(n, K, 0, 0, c), coords_g + at(n, K, 0, 10, c));
 }
 
 }  // namespace sti::pipeline

@@ -30,6 +30,7 @@ struct GeometryWork {
   float* work_a;     // padded area or volume
   float* work_b;     // its guarded reciprocal
   ShapeWork* shape;  // the shape's own arrays
+  int corner_nodes = 0;  // nodes per element of a type gathered without its repeated corners
 };
 
 void classify(int n, int node_count, int& geom_node_count, int& ndim, int& run_point_count,
