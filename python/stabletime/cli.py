@@ -490,37 +490,47 @@ def summarise(table, *, mesh, scale, top, target, sweep, max_added, numbering):
     finite = np.isfinite(dt)
     fine = (code == 0) & finite
     total = len(dt)
-    report = {"mesh": mesh, "element_count": int(total), "failed_count": int((~fine).sum()),
+    fine_count = int(fine.sum())
+    report = {"mesh": mesh, "element_count": int(total), "failed_count": total - fine_count,
               "scale_factor": scale, "numbering": numbering, "types": [], "blocks": [],
               "minimum": None, "critical": [], "failures": [], "summary_warnings": []}
 
     def group_row(sel):
-        ok = sel & fine
-        row = {"count": int(sel.sum()), "failed": int((sel & ~fine).sum())}
-        if ok.any():
-            values = dt[ok]
-            j = np.flatnonzero(ok)[int(np.argmin(values))]
+        """The row of the elements in sel (a mask), or of every element (None)."""
+        ok = fine if sel is None else sel & fine
+        count = total if sel is None else int(sel.sum())
+        ok_count = fine_count if sel is None else int(ok.sum())
+        row = {"count": count, "failed": count - ok_count}
+        if ok_count:
+            values = dt if ok_count == total else dt[ok]
+            j = int(np.argmin(values)) if ok_count == total else \
+                np.flatnonzero(ok)[int(np.argmin(values))]
             # One partition for both ranks; float64 as np.percentile works in it.
-            p1, median = np.percentile(values.astype(np.float64), [1, 50])
+            p1, median = np.percentile(values.astype(np.float64), [1, 50],
+                                       overwrite_input=True)
             row.update(min=float(dt[j]), p1=float(p1), median=float(median),
                        controlling_element=int(number[j]))
         return row
 
     whole = {}  # a type or block of every element: the same row for both tables
 
-    def row_of(sel):
-        if len(sel) and sel.all():
-            whole.setdefault("row", group_row(sel))
-            return dict(whole["row"])
-        return group_row(sel)
+    def rows(key, names):
+        for k in range(len(names)):
+            sel = None if len(names) == 1 else table[key] == k
+            if sel is None or (len(sel) and sel.all()):
+                if "row" not in whole:
+                    whole["row"] = group_row(None)
+                yield dict(whole["row"])
+            else:
+                yield group_row(sel)
 
-    for k, name in enumerate(table["type_names"]):
-        report["types"].append({"element": name, **row_of(table["type"] == k)})
-    for k, name in enumerate(table["block_names"]):
-        report["blocks"].append({"block": name, **row_of(table["block"] == k)})
+    for name, row in zip(table["type_names"], rows("type", table["type_names"])):
+        report["types"].append({"element": name, **row})
+    for name, row in zip(table["block_names"], rows("block", table["block_names"])):
+        report["blocks"].append({"block": name, **row})
     n_top = top if top is not None else min(TOP_CAP, max(20, math.ceil(0.02 * total)))
     n_top = max(n_top, 0)
-    order = _smallest(dt, np.flatnonzero(fine), max(n_top, 1))
+    order = _smallest(dt, None if fine_count == total else np.flatnonzero(fine), max(n_top, 1))
     position = table["position"] if table.get("position") is not None else number
     describe = lambda j: {"element": int(number[j]), "position": int(position[j]),  # noqa: E731
                           "type": table["type_names"][table["type"][j]],
@@ -530,12 +540,12 @@ def summarise(table, *, mesh, scale, top, target, sweep, max_added, numbering):
         report["minimum"] = describe(order[0])
     report["critical"] = [describe(j) for j in order[:n_top]]
     report["_critical_rows"] = order[:n_top]
-    for value in np.unique(code[code != 0]):
+    for value in np.unique(code[code != 0]) if fine_count < total else ():
         idx = np.flatnonzero(code == value)
         report["failures"].append({"code": int(value), "meaning": meaning(value),
                                    "count": len(idx),
                                    "elements": [int(number[j]) for j in idx[:50]]})
-    odd = np.flatnonzero((code == 0) & ~finite)
+    odd = np.flatnonzero((code == 0) & ~finite) if fine_count < total else ()
     if len(odd):
         report["failures"].append({"code": None, "meaning": "non-finite increment (the "
                                    "library gave code 0; check the material constants)",
@@ -549,12 +559,15 @@ def summarise(table, *, mesh, scale, top, target, sweep, max_added, numbering):
 
 
 def _smallest(values, candidates, n):
-    """The n candidates with the smallest values, ascending, ties in index
-    order (a partial sort: the full one costs more than the rest of the report)."""
-    if len(candidates) > 4 * n:
-        v = values[candidates]
-        cut = np.partition(v, n - 1)[n - 1]
-        candidates = candidates[v <= cut]  # all ties of the n-th value stay
+    """The n candidates (None: every index) with the smallest values,
+    ascending, ties in index order (a partial sort: the full one costs more
+    than the rest of the report)."""
+    v = values if candidates is None else values[candidates]
+    if len(v) > 4 * n:
+        keep = v <= np.partition(v, n - 1)[n - 1]  # all ties of the n-th value stay
+        candidates = np.flatnonzero(keep) if candidates is None else candidates[keep]
+    elif candidates is None:
+        candidates = np.arange(len(values))
     v = values[candidates]
     return candidates[np.lexsort((candidates, v))][:n]
 
