@@ -257,10 +257,13 @@ def _read_msh41_binary(path):
                     conn = np.empty((n, k), dtype=np.int32)
                     etags = np.empty(n, dtype=np.int64)
                     step = 1 << 18
+                    # One buffer for every chunk: fresh memory for each costs more
+                    # than reading into it.
+                    chunk = np.empty(min(step, n) * (k + 1), dtype="<u8")
                     for s in range(0, n, step):
                         m = min(step, n - s)
-                        raw = np.fromfile(f, dtype="<u8", count=m * (k + 1))
-                        if raw.size != m * (k + 1):
+                        raw = chunk[:m * (k + 1)]
+                        if f.readinto(raw) != raw.nbytes:
                             raise ReadError("the file ends inside $Elements")
                         raw = raw.reshape(m, k + 1)
                         etags[s:s + m] = raw[:, 0]
