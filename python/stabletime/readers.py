@@ -522,8 +522,8 @@ def _decode(text, start, stop, dtype, header, compressed, pool, into=None):
 def _vtu_blocks(points, connectivity, offsets, types, cell_arrays):
     """Runs of one cell type in file order become cell blocks."""
     offsets = np.asarray(offsets, dtype=np.int64)
-    types = np.asarray(types, dtype=np.int64)
-    starts = np.concatenate([[0], np.flatnonzero(np.diff(types)) + 1])
+    types = np.asarray(types)  # compared as stored: no wider copy
+    starts = np.concatenate([[0], np.flatnonzero(types[1:] != types[:-1]) + 1])
     if len(starts) > 10_000:
         raise _Unsupported()  # finely mixed types: meshio's grouping
     ends = np.concatenate([starts[1:], [len(types)]])
