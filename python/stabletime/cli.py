@@ -425,14 +425,15 @@ def _element_table(loaded, names, offsets, plan, results, scale):
     dt = cat([results[i].dt for i, _, _ in plan])
     if scale != 1.0:
         dt = (dt.astype(np.float64) * scale).astype(np.float32)
+    def full(count, value):  # zeros come from the system untouched, not written
+        return np.zeros(count, np.int32) if value == 0 else np.full(count, value, np.int32)
     return {
         "number": cat(number), "position": cat(position) if number is not position else None,
-        "block": cat([np.full(len(results[i].dt), block_names.index(names[i]), np.int32)
+        "block": cat([full(len(results[i].dt), block_names.index(names[i]))
                       for i, _, _ in plan]),
-        "type": cat([np.full(len(results[i].dt), type_names.index(n), np.int32)
-                     for i, n, _ in plan]),
+        "type": cat([full(len(results[i].dt), type_names.index(n)) for i, n, _ in plan]),
         "dt": dt, "code": cat([results[i].code for i, _, _ in plan]),
-        "cell_block": cat([np.full(len(results[i].dt), i, np.int32) for i, _, _ in plan]),
+        "cell_block": cat([full(len(results[i].dt), i) for i, _, _ in plan]),
         "row": cat([np.arange(len(results[i].dt)) for i, _, _ in plan]),
         "block_names": block_names, "type_names": type_names,
     }
