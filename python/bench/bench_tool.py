@@ -1,10 +1,12 @@
 """End-to-end time and peak memory of the stabletime command on a generated
 block of hexahedra, written as binary Gmsh (.msh) and VTU files.
 
-    /usr/bin/python3 python/bench/bench_tool.py [--cells 2000000] [--dir DIR]
+    /usr/bin/python3 python/bench/bench_tool.py [--cells 2000000] [--dir DIR] [--repeat 3]
 
-Each file is analysed once with the default reader and once with meshio's
-(STABLETIME_READER=meshio), in a fresh process; the peak is that process's
+Each file is analysed with the default reader and with meshio's
+(STABLETIME_READER=meshio), each run in a fresh process, the four cases in
+turn --repeat times so that they share the machine's load; medians are
+printed, with the load average before and after. The peak is the process's
 own high-water resident set (VmHWM: the rusage maximum would include this
 process's size at the fork), and cpu the user plus system time of the whole
 process (imports included), which a loaded machine disturbs less than the
@@ -72,6 +74,7 @@ def main():
     p = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     p.add_argument("--cells", type=int, default=2_000_000)
     p.add_argument("--dir", default=str(ROOT / "build" / "bench-tool"))
+    p.add_argument("--repeat", type=int, default=3, help="runs of each case (medians shown)")
     args = p.parse_args()
     import meshio
     out = Path(args.dir)
@@ -90,11 +93,15 @@ def main():
                    check=True)
     print(f"{'file':<28} {'reader':<8} {'wall s':>8} {'in main s':>10} {'cpu s':>8} "
           f"{'peak MB':>8}")
-    for f in files:
-        for reader in ("", "meshio"):
-            wall, inside, peak, cpu = run(f, reader)
-            print(f"{f.name:<28} {reader or 'default':<8} {wall:>8.2f} {inside:>10.2f} "
-                  f"{cpu:>8.2f} {peak:>8.0f}")
+    cases = [(f, reader) for f in files for reader in ("", "meshio")]
+    load = os.getloadavg()[0]
+    runs = [[run(f, reader) for f, reader in cases] for _ in range(max(args.repeat, 1))]
+    for (f, reader), results in zip(cases, zip(*runs)):
+        wall, inside, peak, cpu = np.median(results, axis=0)
+        print(f"{f.name:<28} {reader or 'default':<8} {wall:>8.2f} {inside:>10.2f} "
+              f"{cpu:>8.2f} {peak:>8.0f}")
+    print(f"medians of {len(runs)} runs; load average {load:.1f} before, "
+          f"{os.getloadavg()[0]:.1f} after, on {os.cpu_count()} cores")
 
 
 if __name__ == "__main__":
