@@ -2,6 +2,7 @@
 block of hexahedra, written as binary Gmsh (.msh) and VTU files.
 
     /usr/bin/python3 python/bench/bench_tool.py [--cells 2000000] [--dir DIR] [--repeat 3]
+                                                [--before CHECKOUT]
 
 Each file is analysed with the default reader and with meshio's
 (STABLETIME_READER=meshio), each run in a fresh process, the four cases in
@@ -11,7 +12,10 @@ own high-water resident set (VmHWM: the rusage maximum would include this
 process's size at the fork), and cpu the user plus system time of the whole
 process (imports included), which a loaded machine disturbs less than the
 wall time. The package's bytecode is cached as an installed package's is
-(PYTHONDONTWRITEBYTECODE is dropped) and compiled before the first timing."""
+(PYTHONDONTWRITEBYTECODE is dropped) and compiled before the first timing.
+--before times the command of another checkout of the project as well (its
+python/ package, with its default reader), e.g. one made with
+`git archive COMMIT python CMakeLists.txt | tar -x -C /tmp/before`."""
 import argparse
 import os
 import subprocess
@@ -40,8 +44,8 @@ def block(cells):
     return points, hexes
 
 
-def environment(reader=""):
-    env = dict(os.environ, PYTHONPATH=str(ROOT / "python"))
+def environment(reader="", root=ROOT):
+    env = dict(os.environ, PYTHONPATH=str(Path(root) / "python"))
     env.pop("PYTHONDONTWRITEBYTECODE", None)
     env.setdefault("STABLETIME_LIBRARY", str(ROOT / "build" / "DRNQVLStiWBX_StableTime.so"))
     if reader:
@@ -49,8 +53,8 @@ def environment(reader=""):
     return env
 
 
-def run(path, reader):
-    env = environment(reader)
+def run(path, reader, root=ROOT):
+    env = environment(reader, root)
     code = ("import resource, sys, time\n"
             "from stabletime.cli import main\n"
             "t = time.perf_counter()\n"
@@ -75,6 +79,7 @@ def main():
     p.add_argument("--cells", type=int, default=2_000_000)
     p.add_argument("--dir", default=str(ROOT / "build" / "bench-tool"))
     p.add_argument("--repeat", type=int, default=3, help="runs of each case (medians shown)")
+    p.add_argument("--before", metavar="CHECKOUT", help="also time this checkout's command")
     args = p.parse_args()
     import meshio
     out = Path(args.dir)
@@ -89,14 +94,18 @@ def main():
             else:
                 meshio.write(f, mesh, binary=True)
     del mesh, points, hexes
-    subprocess.run([sys.executable, "-c", "import stabletime.cli, meshio"], env=environment(),
-                   check=True)
+    roots = [ROOT] + ([Path(args.before)] if args.before else [])
+    for root in roots:
+        subprocess.run([sys.executable, "-c", "import stabletime.cli, meshio"],
+                       env=environment(root=root), check=True)
     print(f"{'file':<28} {'reader':<8} {'wall s':>8} {'in main s':>10} {'cpu s':>8} "
           f"{'peak MB':>8}")
-    cases = [(f, reader) for f in files for reader in ("", "meshio")]
+    cases = [(f, reader, root) for f in files for reader, root in
+             [("", ROOT), ("meshio", ROOT)] + [("before", r) for r in roots[1:]]]
     load = os.getloadavg()[0]
-    runs = [[run(f, reader) for f, reader in cases] for _ in range(max(args.repeat, 1))]
-    for (f, reader), results in zip(cases, zip(*runs)):
+    runs = [[run(f, reader if root == ROOT else "", root) for f, reader, root in cases]
+            for _ in range(max(args.repeat, 1))]
+    for (f, reader, _), results in zip(cases, zip(*runs)):
         wall, inside, peak, cpu = np.median(results, axis=0)
         print(f"{f.name:<28} {reader or 'default':<8} {wall:>8.2f} {inside:>10.2f} "
               f"{cpu:>8.2f} {peak:>8.0f}")
