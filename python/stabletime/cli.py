@@ -303,8 +303,11 @@ def analyse(args, run=None):
         loaded = _read(args.mesh, progress)
     mesh = loaded.mesh
     points = np.asarray(mesh.points)
-    nodes = np.zeros((len(points), 3), dtype=np.float32)
-    nodes[:, :min(points.shape[1], 3)] = points[:, :3]
+    # Not np.zeros: its pages, filled here, cost several times the copy.
+    nodes = np.empty((len(points), 3), dtype=np.float32)
+    dim = min(points.shape[1], 3)
+    nodes[:, :dim] = points[:, :dim]
+    nodes[:, dim:] = 0.0
     names, in_set = _block_names(mesh)
     known, named = set(names), any(in_set)
     top_dim = max((meshes.DIMENSION.get(b.type, -1) for b in mesh.cells), default=-1)
