@@ -229,15 +229,18 @@ def _read_msh41_binary(path):
                 msh41_binary_entities(f, entity_groups)
             elif section == b"$Nodes":
                 blocks, total, _, max_tag = struct.unpack("<4Q", f.read(32))
-                tags = np.empty(total, dtype=np.int64)
-                points = np.empty((total, 3), dtype=np.float64)
+                # Read in place (no temporary): the file's little-endian tags
+                # and coordinates are these arrays' own bytes.
+                tags = np.empty(total, dtype="<i8")
+                points = np.empty((total, 3), dtype="<f8")
                 at = 0
                 for _ in range(blocks):
                     _, _, parametric, n = struct.unpack("<3iQ", f.read(20))
                     if parametric:
                         raise _Unsupported()
-                    tags[at:at + n] = np.fromfile(f, dtype="<u8", count=n)
-                    points[at:at + n] = np.fromfile(f, dtype="<f8", count=3 * n).reshape(n, 3)
+                    for part in (tags[at:at + n], points[at:at + n]):
+                        if f.readinto(part) != part.nbytes:
+                            raise ValueError("the file ends inside $Nodes")
                     at += n
                 if np.array_equal(tags, np.arange(1, total + 1)):
                     lookup = None  # tags 1..n in order: index is tag - 1
