@@ -419,7 +419,7 @@ def _element_table(loaded, names, offsets, plan, results, scale):
     cell's block index and row in the mesh."""
     def cat(parts):
         return parts[0] if len(parts) == 1 else np.concatenate(parts)
-    position = [offsets[i] + 1 + np.arange(len(results[i].dt), dtype=np.int64)
+    position = [np.arange(offsets[i] + 1, offsets[i] + 1 + len(results[i].dt), dtype=np.int64)
                 for i, _, _ in plan]
     number = position if loaded.ids is None else [
         np.asarray(loaded.ids[i], dtype=np.int64) for i, _, _ in plan]
@@ -437,7 +437,7 @@ def _element_table(loaded, names, offsets, plan, results, scale):
         "type": cat([full(len(results[i].dt), type_names.index(n)) for i, n, _ in plan]),
         "dt": dt, "code": cat([results[i].code for i, _, _ in plan]),
         "cell_block": cat([full(len(results[i].dt), i) for i, _, _ in plan]),
-        "row": cat([np.arange(len(results[i].dt)) for i, _, _ in plan]),
+        "row": cat([np.arange(len(results[i].dt), dtype=np.int32) for i, _, _ in plan]),
         "block_names": block_names, "type_names": type_names,
     }
 
@@ -509,9 +509,7 @@ def summarise(table, *, mesh, scale, top, target, sweep, max_added, numbering):
             values = dt if ok_count == total else dt[ok]
             j = int(np.argmin(values)) if ok_count == total else \
                 np.flatnonzero(ok)[int(np.argmin(values))]
-            # One partition for both ranks; float64 as np.percentile works in it.
-            p1, median = np.percentile(values.astype(np.float64), [1, 50],
-                                       overwrite_input=True)
+            p1, median = _percentiles(values)
             row.update(min=float(dt[j]), p1=float(p1), median=float(median),
                        controlling_element=int(number[j]))
         return row
@@ -560,6 +558,14 @@ def summarise(table, *, mesh, scale, top, target, sweep, max_added, numbering):
     if sweep:
         report["sweep"] = _sweep(table, sweep, scale, max_added)
     return report
+
+
+def _percentiles(values):
+    """np.percentile(values.astype(np.float64), [1, 50]) from one partition of
+    the float32 values (half the memory) at the ranks it interpolates between."""
+    lo, hi, gamma = parallel.percentile_points(len(values), [1, 50])
+    part = np.partition(values, np.unique(np.concatenate([lo, hi])))
+    return [float(parallel.lerp(part[a], part[b], g)) for a, b, g in zip(lo, hi, gamma)]
 
 
 def _smallest(values, candidates, n):
