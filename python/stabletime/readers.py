@@ -479,6 +479,7 @@ def _decode(text, start, stop, dtype, header, compressed, pool, into=None):
     head = np.frombuffer(binascii.a2b_base64(text.view[start:start + head_chars]),
                          header)[:3 + blocks]
     block_size, last_size = int(head[1]), int(head[2])
+    last_size = last_size or block_size  # VTK writes 0 where the last block is full
     if block_size % dtype.itemsize:
         raise _Unsupported()
     sizes = head[3:].astype(np.int64)

@@ -1,11 +1,13 @@
 """The stabletime command as an analyst uses it: bad input, what reaches the
 library, the report's tables and files, and the mesh readers."""
+import base64
 import csv
 import json
 import re
 import subprocess
 import sys
 import textwrap
+import zlib
 
 import meshio
 import numpy as np
@@ -440,6 +442,23 @@ def test_binary_msh_reader_maps_sparse_tags(tmp_path, monkeypatch):
     rows = [ours.mesh.points[c].tolist() for c in ours.mesh.cells[0].data]
     assert rows == [theirs.mesh.points[c].tolist() for c in theirs.mesh.cells[0].data]
     assert rows[1][3] == [1, 1, 1] and list(ours.mesh.cell_sets) == ["part"]
+
+
+@pytest.mark.parametrize("codecs", [True, False])
+def test_vtu_last_block_size_zero_means_full(monkeypatch, codecs):
+    # VTK writes 0 as the size of the last block where the data fill it.
+    from concurrent.futures import ThreadPoolExecutor
+    from stabletime import readers
+    if not codecs:
+        monkeypatch.setattr(readers, "_CODECS", [(None, None)])
+    values = np.arange(8192, dtype="<i8").tobytes()  # two blocks of 32 KiB
+    blocks = [zlib.compress(values[k:k + 32768]) for k in (0, 32768)]
+    head = np.array([2, 32768, 0] + [len(b) for b in blocks], "<u4").tobytes()
+    text = b"\n" + base64.b64encode(head) + base64.b64encode(b"".join(blocks)) + b"\n"
+    with ThreadPoolExecutor(2) as pool:
+        got = readers._decode(readers._Text(text), 0, len(text), np.dtype("<i8"),
+                              np.dtype("<u4"), True, pool, np.dtype(np.int32))
+    assert got.dtype == np.int32 and got.tolist() == list(range(8192))
 
 
 def _mixed_mesh():
