@@ -303,8 +303,11 @@ def analyse(args, run=None):
         loaded = _read(args.mesh, progress)
     mesh = loaded.mesh
     points = np.asarray(mesh.points)
-    nodes = np.zeros((len(points), 3), dtype=np.float32)
-    nodes[:, :min(points.shape[1], 3)] = points[:, :3]
+    # Not np.zeros: its pages, filled here, cost several times the copy.
+    nodes = np.empty((len(points), 3), dtype=np.float32)
+    dim = min(points.shape[1], 3)
+    nodes[:, :dim] = points[:, :dim]
+    nodes[:, dim:] = 0.0
     names, in_set = _block_names(mesh)
     known, named = set(names), any(in_set)
     top_dim = max((meshes.DIMENSION.get(b.type, -1) for b in mesh.cells), default=-1)
@@ -416,7 +419,7 @@ def _element_table(loaded, names, offsets, plan, results, scale):
     cell's block index and row in the mesh."""
     def cat(parts):
         return parts[0] if len(parts) == 1 else np.concatenate(parts)
-    position = [offsets[i] + 1 + np.arange(len(results[i].dt), dtype=np.int64)
+    position = [np.arange(offsets[i] + 1, offsets[i] + 1 + len(results[i].dt), dtype=np.int64)
                 for i, _, _ in plan]
     number = position if loaded.ids is None else [
         np.asarray(loaded.ids[i], dtype=np.int64) for i, _, _ in plan]
@@ -425,15 +428,16 @@ def _element_table(loaded, names, offsets, plan, results, scale):
     dt = cat([results[i].dt for i, _, _ in plan])
     if scale != 1.0:
         dt = (dt.astype(np.float64) * scale).astype(np.float32)
+    def full(count, value):  # zeros come from the system untouched, not written
+        return np.zeros(count, np.int32) if value == 0 else np.full(count, value, np.int32)
     return {
         "number": cat(number), "position": cat(position) if number is not position else None,
-        "block": cat([np.full(len(results[i].dt), block_names.index(names[i]), np.int32)
+        "block": cat([full(len(results[i].dt), block_names.index(names[i]))
                       for i, _, _ in plan]),
-        "type": cat([np.full(len(results[i].dt), type_names.index(n), np.int32)
-                     for i, n, _ in plan]),
+        "type": cat([full(len(results[i].dt), type_names.index(n)) for i, n, _ in plan]),
         "dt": dt, "code": cat([results[i].code for i, _, _ in plan]),
-        "cell_block": cat([np.full(len(results[i].dt), i, np.int32) for i, _, _ in plan]),
-        "row": cat([np.arange(len(results[i].dt)) for i, _, _ in plan]),
+        "cell_block": cat([full(len(results[i].dt), i) for i, _, _ in plan]),
+        "row": cat([np.arange(len(results[i].dt), dtype=np.int32) for i, _, _ in plan]),
         "block_names": block_names, "type_names": type_names,
     }
 
@@ -490,37 +494,45 @@ def summarise(table, *, mesh, scale, top, target, sweep, max_added, numbering):
     finite = np.isfinite(dt)
     fine = (code == 0) & finite
     total = len(dt)
-    report = {"mesh": mesh, "element_count": int(total), "failed_count": int((~fine).sum()),
+    fine_count = int(fine.sum())
+    report = {"mesh": mesh, "element_count": int(total), "failed_count": total - fine_count,
               "scale_factor": scale, "numbering": numbering, "types": [], "blocks": [],
               "minimum": None, "critical": [], "failures": [], "summary_warnings": []}
 
     def group_row(sel):
-        ok = sel & fine
-        row = {"count": int(sel.sum()), "failed": int((sel & ~fine).sum())}
-        if ok.any():
-            values = dt[ok]
-            j = np.flatnonzero(ok)[int(np.argmin(values))]
-            # One partition for both ranks; float64 as np.percentile works in it.
-            p1, median = np.percentile(values.astype(np.float64), [1, 50])
+        """The row of the elements in sel (a mask), or of every element (None)."""
+        ok = fine if sel is None else sel & fine
+        count = total if sel is None else int(sel.sum())
+        ok_count = fine_count if sel is None else int(ok.sum())
+        row = {"count": count, "failed": count - ok_count}
+        if ok_count:
+            values = dt if ok_count == total else dt[ok]
+            j = int(np.argmin(values)) if ok_count == total else \
+                np.flatnonzero(ok)[int(np.argmin(values))]
+            p1, median = _percentiles(values)
             row.update(min=float(dt[j]), p1=float(p1), median=float(median),
                        controlling_element=int(number[j]))
         return row
 
     whole = {}  # a type or block of every element: the same row for both tables
 
-    def row_of(sel):
-        if len(sel) and sel.all():
-            whole.setdefault("row", group_row(sel))
-            return dict(whole["row"])
-        return group_row(sel)
+    def rows(key, names):
+        for k in range(len(names)):
+            sel = None if len(names) == 1 else table[key] == k
+            if sel is None or (len(sel) and sel.all()):
+                if "row" not in whole:
+                    whole["row"] = group_row(None)
+                yield dict(whole["row"])
+            else:
+                yield group_row(sel)
 
-    for k, name in enumerate(table["type_names"]):
-        report["types"].append({"element": name, **row_of(table["type"] == k)})
-    for k, name in enumerate(table["block_names"]):
-        report["blocks"].append({"block": name, **row_of(table["block"] == k)})
+    for name, row in zip(table["type_names"], rows("type", table["type_names"])):
+        report["types"].append({"element": name, **row})
+    for name, row in zip(table["block_names"], rows("block", table["block_names"])):
+        report["blocks"].append({"block": name, **row})
     n_top = top if top is not None else min(TOP_CAP, max(20, math.ceil(0.02 * total)))
     n_top = max(n_top, 0)
-    order = _smallest(dt, np.flatnonzero(fine), max(n_top, 1))
+    order = _smallest(dt, None if fine_count == total else np.flatnonzero(fine), max(n_top, 1))
     position = table["position"] if table.get("position") is not None else number
     describe = lambda j: {"element": int(number[j]), "position": int(position[j]),  # noqa: E731
                           "type": table["type_names"][table["type"][j]],
@@ -530,12 +542,12 @@ def summarise(table, *, mesh, scale, top, target, sweep, max_added, numbering):
         report["minimum"] = describe(order[0])
     report["critical"] = [describe(j) for j in order[:n_top]]
     report["_critical_rows"] = order[:n_top]
-    for value in np.unique(code[code != 0]):
+    for value in np.unique(code[code != 0]) if fine_count < total else ():
         idx = np.flatnonzero(code == value)
         report["failures"].append({"code": int(value), "meaning": meaning(value),
                                    "count": len(idx),
                                    "elements": [int(number[j]) for j in idx[:50]]})
-    odd = np.flatnonzero((code == 0) & ~finite)
+    odd = np.flatnonzero((code == 0) & ~finite) if fine_count < total else ()
     if len(odd):
         report["failures"].append({"code": None, "meaning": "non-finite increment (the "
                                    "library gave code 0; check the material constants)",
@@ -548,13 +560,24 @@ def summarise(table, *, mesh, scale, top, target, sweep, max_added, numbering):
     return report
 
 
+def _percentiles(values):
+    """np.percentile(values.astype(np.float64), [1, 50]) from one partition of
+    the float32 values (half the memory) at the ranks it interpolates between."""
+    lo, hi, gamma = parallel.percentile_points(len(values), [1, 50])
+    part = np.partition(values, np.unique(np.concatenate([lo, hi])))
+    return [float(parallel.lerp(part[a], part[b], g)) for a, b, g in zip(lo, hi, gamma)]
+
+
 def _smallest(values, candidates, n):
-    """The n candidates with the smallest values, ascending, ties in index
-    order (a partial sort: the full one costs more than the rest of the report)."""
-    if len(candidates) > 4 * n:
-        v = values[candidates]
-        cut = np.partition(v, n - 1)[n - 1]
-        candidates = candidates[v <= cut]  # all ties of the n-th value stay
+    """The n candidates (None: every index) with the smallest values,
+    ascending, ties in index order (a partial sort: the full one costs more
+    than the rest of the report)."""
+    v = values if candidates is None else values[candidates]
+    if len(v) > 4 * n:
+        keep = v <= np.partition(v, n - 1)[n - 1]  # all ties of the n-th value stay
+        candidates = np.flatnonzero(keep) if candidates is None else candidates[keep]
+    elif candidates is None:
+        candidates = np.arange(len(values))
     v = values[candidates]
     return candidates[np.lexsort((candidates, v))][:n]
 

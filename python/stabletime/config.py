@@ -1,7 +1,5 @@
 """Settings of a tool run: defaults, per-block overrides and materials, from
 the command line and a TOML file."""
-import tomllib
-
 from . import materials as m
 
 MATERIAL_TYPES = {
@@ -92,6 +90,7 @@ def _check_block(table, where):
 
 def load_toml(path):
     """(defaults, per-block settings, element names by key, target_dt) of a file."""
+    import tomllib  # imported here: most runs have no settings file
     try:
         with open(path, "rb") as handle:
             data = tomllib.load(handle)

@@ -39,14 +39,14 @@ def _f32(name, value):
 
 
 def _per_element(name, value, count, optional=False):
-    """A float32 array of one value per element; a scalar is broadcast."""
+    """A float32 array of one value per element, or a float32 scalar."""
     if value is None:
         if optional:
             return None
         raise TypeError(f"{name} is required")
     array = _f32(name, value)
     if array.ndim == 0:
-        return np.full(count, array, dtype=np.float32)
+        return array
     if array.shape != (count,):
         raise ValueError(f"{name} must be a scalar or have one value per element "
                          f"({count}), got shape {array.shape}")
@@ -59,13 +59,16 @@ def _volume_type(name):
 
 
 def _nodes(nodes, name):
-    array = _f32("nodes", nodes)
+    """The nodes as (n, 3); numeric arrays of other types than float32 are
+    converted later, on the thread pool."""
+    numeric = isinstance(nodes, np.ndarray) and nodes.dtype.kind in "biuf"
+    array = nodes if numeric else _f32("nodes", nodes)
     if array.ndim != 2 or array.shape[1] not in (2, 3):
         raise ValueError(f"nodes must have shape (n, 3) or (n, 2), got {array.shape}")
     if array.shape[1] == 2 and _volume_type(name):
         raise ValueError(f"nodes of {name} need three coordinates, got shape {array.shape}")
     if array.shape[1] == 2:
-        array = np.ascontiguousarray(np.column_stack([array, np.zeros(len(array), np.float32)]))
+        array = np.column_stack([array, np.zeros(len(array), np.float32)]).astype(np.float32)
     if len(array) > _INT32_MAX:
         raise ValueError(f"nodes: {len(array)} nodes exceed the library's int32 count")
     return array
@@ -168,12 +171,22 @@ def compute(element_type, nodes, connectivity, material, density, thickness=None
     ready = conn.dtype == np.int32 and conn.flags.c_contiguous
     conn32 = conn if ready else np.empty(conn.shape, dtype=np.int32)
     pool = ThreadPoolExecutor(max_workers=threads) if threads > 1 and count > chunk else None
+    whole = pool is None and (progress is None or count <= chunk)  # one library call
+    # A scalar density or thickness: one call's worth of values, shared by every call.
+    shared = [a is not None and a.ndim == 0 for a in (rho, thick)]
+    rho, thick = (np.full(count if whole else min(chunk, count), a, np.float32) if one else a
+                  for a, one in zip((rho, thick), shared))
     try:
-        def each(work):
+        def each(work, at=starts):
             if pool is None:
-                return [work(s) for s in starts]
-            return list(pool.map(work, starts))
+                return [work(s) for s in at]
+            return list(pool.map(work, at))
 
+        if node_array.dtype != np.float32 or not node_array.flags.c_contiguous:
+            source, node_array = node_array, np.empty(node_array.shape, np.float32)
+            step = max(MIN_CHUNK, -(-len(source) // (4 * threads)))
+            each(lambda s: np.copyto(node_array[s:s + step], source[s:s + step],
+                                     casting="unsafe"), range(0, len(source), step))
         # Every node number is checked before the library sees any element.
         node_total = len(node_array)
         for bad in each(lambda s: _check_rows(conn, conn32, s, min(s + chunk, count),
@@ -184,15 +197,22 @@ def compute(element_type, nodes, connectivity, material, density, thickness=None
                                  f"the {node_total} nodes (valid 0..{node_total - 1})")
 
         fn = _library.load()
-        dt = np.zeros(count, dtype=np.float32)
-        codes = np.zeros(count, dtype=np.int32)
+        # Zeroed chunk by chunk before each call (the library leaves the codes
+        # of sound elements alone): np.zeros pages, filled by the library,
+        # cost several times that.
+        dt = np.empty(count, dtype=np.float32)
+        codes = np.empty(count, dtype=np.int32)
         encoded = name.encode("ascii")
 
         def run(start, stop):
-            thick_ptr = None if thick is None else _ptr(thick[start:], ctypes.c_float)
+            dt[start:stop] = 0.0
+            codes[start:stop] = 0
+            rho_at, thick_at = (a if one or a is None else a[start:]
+                                for a, one in zip((rho, thick), shared))
             result = fn(encoded, node_total, stop - start, _ptr(node_array, ctypes.c_float),
                         _ptr(conn32[start:], ctypes.c_int), code, _ptr(props, ctypes.c_float),
-                        _ptr(rho[start:], ctypes.c_float), thick_ptr, float(bulk_scale),
+                        _ptr(rho_at, ctypes.c_float), _ptr(thick_at, ctypes.c_float),
+                        float(bulk_scale),
                         _ptr(section, ctypes.c_float), _ptr(coh, ctypes.c_float),
                         _ptr(dt[start:], ctypes.c_float), _ptr(codes[start:], ctypes.c_int))
             if progress is not None:

@@ -8,14 +8,11 @@ Every collective here starts with an exchange of the ranks' error messages
 (Run.check), so that a rank that fails between two collectives ends the run on
 every rank instead of leaving the others waiting."""
 import contextlib
-import glob
 import io
 import math
 import os
 import re
-import shutil
 import sys
-import traceback
 
 import numpy as np
 
@@ -61,6 +58,7 @@ def _natural(path):
 def expand(patterns):
     """Mesh file names from names and patterns ('mesh_*.msh'), each pattern's
     matches in natural order (mesh_2 before mesh_10)."""
+    import glob  # imported here: only runs under MPI take file patterns
     files = []
     for item in patterns:
         if glob.has_magic(item):
@@ -621,6 +619,7 @@ class Run:
                 error = _message(err)
             self.check(error)
             if self.rank == 0:
+                import shutil
                 try:
                     with open(path, "wb") as out:
                         for r in range(self.size):
@@ -800,6 +799,7 @@ def main(argv, comm):
     except SystemExit:
         raise
     except BaseException:  # a fault, not bad input: stop every rank now
+        import traceback
         traceback.print_exc()
         sys.stderr.flush()
         comm.Abort(2)

@@ -7,6 +7,7 @@ import binascii
 import contextlib
 import importlib.util
 import io
+import mmap
 import os
 import re
 import struct
@@ -228,15 +229,18 @@ def _read_msh41_binary(path):
                 msh41_binary_entities(f, entity_groups)
             elif section == b"$Nodes":
                 blocks, total, _, max_tag = struct.unpack("<4Q", f.read(32))
-                tags = np.empty(total, dtype=np.int64)
-                points = np.empty((total, 3), dtype=np.float64)
+                # Read in place (no temporary): the file's little-endian tags
+                # and coordinates are these arrays' own bytes.
+                tags = np.empty(total, dtype="<i8")
+                points = np.empty((total, 3), dtype="<f8")
                 at = 0
                 for _ in range(blocks):
                     _, _, parametric, n = struct.unpack("<3iQ", f.read(20))
                     if parametric:
                         raise _Unsupported()
-                    tags[at:at + n] = np.fromfile(f, dtype="<u8", count=n)
-                    points[at:at + n] = np.fromfile(f, dtype="<f8", count=3 * n).reshape(n, 3)
+                    for part in (tags[at:at + n], points[at:at + n]):
+                        if f.readinto(part) != part.nbytes:
+                            raise ValueError("the file ends inside $Nodes")
                     at += n
                 if np.array_equal(tags, np.arange(1, total + 1)):
                     lookup = None  # tags 1..n in order: index is tag - 1
@@ -256,10 +260,13 @@ def _read_msh41_binary(path):
                     conn = np.empty((n, k), dtype=np.int32)
                     etags = np.empty(n, dtype=np.int64)
                     step = 1 << 18
+                    # One buffer for every chunk: fresh memory for each costs more
+                    # than reading into it.
+                    chunk = np.empty(min(step, n) * (k + 1), dtype="<u8")
                     for s in range(0, n, step):
                         m = min(step, n - s)
-                        raw = np.fromfile(f, dtype="<u8", count=m * (k + 1))
-                        if raw.size != m * (k + 1):
+                        raw = chunk[:m * (k + 1)]
+                        if f.readinto(raw) != raw.nbytes:
                             raise ReadError("the file ends inside $Elements")
                         raw = raw.reshape(m, k + 1)
                         etags[s:s + m] = raw[:, 0]
@@ -325,18 +332,17 @@ def _attributes(text):
 
 
 def _read_vtu(path):
-    """VTU files with inline base64 data, plain or zlib-compressed, decoded
-    with numpy and decompressed on a thread pool (zlib releases the GIL)."""
+    """VTU files with inline base64 data, plain or zlib-compressed: the file is
+    mapped, not copied, and its arrays decoded and inflated on a thread pool."""
     with open(path, "rb") as f:
-        data = f.read()
+        data = mmap.mmap(f.fileno(), 0, access=mmap.ACCESS_READ)
     head = re.search(rb"<VTKFile\b([^>]*)>", data[:4096])
     if head is None:
         raise ReadError("not a valid VTU file")
     file_attrs = _attributes(head.group(1))
     compressor = file_attrs.get("compressor", "")
-    if file_attrs.get("type") != "UnstructuredGrid" or b"<AppendedData" in data or \
-            compressor not in ("", "vtkZLibDataCompressor") or \
-            data.count(b"<Piece") != 1:
+    if file_attrs.get("type") != "UnstructuredGrid" or \
+            compressor not in ("", "vtkZLibDataCompressor"):
         raise _Unsupported()
     order = "<" if file_attrs.get("byte_order", "LittleEndian") == "LittleEndian" else ">"
     header = np.dtype(order + _VTK_DTYPES[file_attrs.get("header_type", "UInt32")])
@@ -346,14 +352,18 @@ def _read_vtu(path):
     tags = ((b"<Points", "points"), (b"<Cells", "cells"), (b"<CellData", "cell"),
             (b"<PointData", "point"), (b"<FieldData", "field"))
     arrays = {"points": {}, "cells": {}, "cell": {}}
-    view = memoryview(data)
-    section, pos = None, 0
+    text = _Text(data)
+    section, pos, pieces = None, 0, 0
     with ThreadPoolExecutor(max_workers=os.cpu_count() or 1) as pool:
         while True:
             begin = data.find(b"<DataArray", pos)
+            # The markup between two arrays (short) holds every other tag.
+            gap = data[pos:len(data) if begin < 0 else begin]
+            pieces += gap.count(b"<Piece")
+            if pieces > 1 or b"<AppendedData" in gap:
+                raise _Unsupported()
             if begin < 0:
                 break
-            gap = data[pos:begin]  # the markup between two arrays: short
             last = max(((gap.rfind(tag), name) for tag, name in tags), default=(-1, None))
             if last[0] >= 0:
                 section = last[1]
@@ -368,18 +378,17 @@ def _read_vtu(path):
             if attrs.get("format", "ascii") != "binary":
                 raise _Unsupported()
             dtype = np.dtype(order + _VTK_DTYPES[attrs["type"]])
-            start = open_end + 1
-            while start < stop and data[start] in b" \t\r\n":
-                start += 1
             # Node numbers go straight to int32, block by block, where they fit.
             into = np.dtype(np.int32) if section == "cells" and dtype.kind in "iu" and \
                 attrs.get("Name") == "connectivity" and small else None
-            values = _decode(view[start:stop], dtype, header, bool(compressor), pool, into)
+            values = _decode(text, open_end + 1, stop, dtype, header, bool(compressor), pool,
+                             into)
             components = int(attrs.get("NumberOfComponents", "1"))
             if components > 1:
                 values = values.reshape(-1, components)
             arrays[section][attrs.get("Name", "")] = values
-    del view, data
+    if pieces != 1:
+        raise _Unsupported()
     points = next(iter(arrays["points"].values()), None)
     cells = arrays["cells"]
     if points is None or not {"connectivity", "offsets", "types"} <= set(cells):
@@ -388,38 +397,129 @@ def _read_vtu(path):
                        cells["offsets"], cells["types"], arrays["cell"])
 
 
-def _decode(text, dtype, header, compressed, pool, into=None):
-    """The values of one base64 DataArray, as into (cast) where given."""
-    chars = lambda n: -(-n // 3) * 4  # noqa: E731  base64 characters of n bytes
+_CODECS = []  # [(EVP_DecodeBlock, libdeflate)] once looked for; (None, None) without
+
+
+def _codecs():
+    """Base64 decoding by libcrypto's EVP_DecodeBlock and zlib inflation by
+    libdeflate, through ctypes, where the system has both libraries: several
+    times faster than binascii and zlib, and without the GIL (ctypes releases
+    it), so that the pool's threads share the work. (None, None) otherwise."""
+    if not _CODECS:
+        import ctypes
+        try:
+            decode = ctypes.CDLL("libcrypto.so.3").EVP_DecodeBlock
+            deflate = ctypes.CDLL("libdeflate.so.0")
+        except (OSError, AttributeError):
+            _CODECS.append((None, None))
+            return _CODECS[0]
+        decode.argtypes = [ctypes.c_void_p, ctypes.c_void_p, ctypes.c_int]
+        decode.restype = ctypes.c_int
+        deflate.libdeflate_alloc_decompressor.restype = ctypes.c_void_p
+        deflate.libdeflate_free_decompressor.argtypes = [ctypes.c_void_p]
+        deflate.libdeflate_zlib_decompress.argtypes = [ctypes.c_void_p] + [
+            ctypes.c_void_p, ctypes.c_size_t] * 2 + [ctypes.c_void_p]
+        deflate.libdeflate_zlib_decompress.restype = ctypes.c_int
+        _CODECS.append((decode, deflate))
+    return _CODECS[0]
+
+
+class _Text:
+    """The mapped file, as bytes for the markup and by address for the codecs."""
+
+    def __init__(self, data):
+        self.data, self.view = data, memoryview(data)
+        self.address = np.frombuffer(data, np.uint8).ctypes.data
+
+
+def _chars(n):
+    return -(-n // 3) * 4  # base64 characters of n bytes
+
+
+def _base64(text, start, stop, pool):
+    """The bytes of the base64 characters start..stop of the file, as uint8."""
+    decode, _ = _codecs()
+    n = stop - start
+    if decode is not None and n % 4 == 0 and n:
+        out = np.empty(n // 4 * 3, np.uint8)
+        step = 1 << 22  # characters a task, a multiple of 4
+        # Whitespace anywhere in a piece makes it refuse the piece or give
+        # fewer bytes than its characters hold.
+        done = pool.map(lambda a: decode(out.ctypes.data + a // 4 * 3, text.address + start + a,
+                                         min(step, n - a)) == min(step, n - a) // 4 * 3,
+                        range(0, n, step))
+        if all(done):
+            pads = (text.data[stop - 1] == 61) + (text.data[stop - 2] == 61)
+            return out[:len(out) - pads]
+    # Whitespace inside the text, or no libraries: binascii skips it.
+    return np.frombuffer(binascii.a2b_base64(text.view[start:stop]), np.uint8)
+
+
+def _decode(text, start, stop, dtype, header, compressed, pool, into=None):
+    """The values of the DataArray whose base64 text lies between start and
+    stop, as into (cast) where given."""
+    data = text.data
+    while start < stop and data[start] in b" \t\r\n":
+        start += 1
+    while stop > start and data[stop - 1] in b" \t\r\n":
+        stop -= 1
+    first = binascii.a2b_base64(text.view[start:start + _chars(header.itemsize)])
     if not compressed:
-        raw = binascii.a2b_base64(text)
-        total = int(np.frombuffer(raw[:header.itemsize], header)[0])
-        if len(raw) == header.itemsize:  # header encoded on its own
-            raw = binascii.a2b_base64(text[chars(header.itemsize):])
-            values = np.frombuffer(raw[:total], dtype)
+        total = int(np.frombuffer(first[:header.itemsize], header)[0])
+        if data[start + _chars(header.itemsize) - 1] == 61:  # header encoded on its own
+            raw = _base64(text, start + _chars(header.itemsize), stop, pool)[:total]
         else:
-            values = np.frombuffer(raw[header.itemsize:header.itemsize + total], dtype)
-        return values.astype(into or dtype)
-    first = binascii.a2b_base64(text[:chars(header.itemsize)])[:header.itemsize]
-    blocks = int(np.frombuffer(first, header)[0])
-    head_chars = chars(header.itemsize * (3 + blocks))
-    head = np.frombuffer(binascii.a2b_base64(text[:head_chars]), header)[:3 + blocks]
+            raw = _base64(text, start, stop, pool)[header.itemsize:header.itemsize + total]
+        if len(raw) != total or total % dtype.itemsize:
+            raise ValueError("the array is shorter than its header says")
+        values = raw.view(dtype)
+        return values if into is None or into == dtype else values.astype(into)
+    blocks = int(np.frombuffer(first[:header.itemsize], header)[0])
+    head_chars = _chars(header.itemsize * (3 + blocks))
+    head = np.frombuffer(binascii.a2b_base64(text.view[start:start + head_chars]),
+                         header)[:3 + blocks]
     block_size, last_size = int(head[1]), int(head[2])
+    last_size = last_size or block_size  # VTK writes 0 where the last block is full
     if block_size % dtype.itemsize:
         raise _Unsupported()
     sizes = head[3:].astype(np.int64)
-    raw = binascii.a2b_base64(text[head_chars:])
+    raw = _base64(text, start + head_chars, stop, pool)
     ends = np.cumsum(sizes)
+    if blocks and int(ends[-1]) > len(raw):
+        raise ValueError("the compressed array is shorter than its header says")
     total = block_size * (blocks - 1) + last_size if blocks else 0
     out = np.empty(total // dtype.itemsize, dtype=into or dtype)
     per_block = block_size // dtype.itemsize
-    raw_view = memoryview(raw)
+    _, deflate = _codecs()
 
     def inflate(first):
-        for k in range(first, min(first + step, blocks)):
-            piece = np.frombuffer(zlib.decompress(raw_view[int(ends[k] - sizes[k]):int(ends[k])]),
-                                  dtype)
-            out[k * per_block:k * per_block + len(piece)] = piece
+        if deflate is None:
+            scratch, decompressor = None, None
+        else:
+            scratch = None if into is None or into == dtype else np.empty(block_size, np.uint8)
+            decompressor = deflate.libdeflate_alloc_decompressor()
+        try:
+            for k in range(first, min(first + step, blocks)):
+                size = block_size if k < blocks - 1 else last_size
+                a, b = int(ends[k] - sizes[k]), int(ends[k])
+                if decompressor is None:
+                    piece = zlib.decompress(raw[a:b], bufsize=size)
+                    if len(piece) != size:
+                        raise ValueError("a block inflates to another size than the header's")
+                    out[k * per_block:k * per_block + size // dtype.itemsize] = \
+                        np.frombuffer(piece, dtype)
+                    continue
+                into_out = scratch is None
+                target = out.ctypes.data + k * block_size if into_out else scratch.ctypes.data
+                if deflate.libdeflate_zlib_decompress(decompressor, raw.ctypes.data + a, b - a,
+                                                      target, size, None):
+                    raise ValueError("a block does not inflate to the header's size")
+                if not into_out:
+                    out[k * per_block:k * per_block + size // dtype.itemsize] = \
+                        scratch[:size].view(dtype)
+        finally:
+            if decompressor is not None:
+                deflate.libdeflate_free_decompressor(decompressor)
 
     step = max(1, -(-blocks // (4 * (os.cpu_count() or 1))))
     list(pool.map(inflate, range(0, blocks, step)))
@@ -429,8 +529,8 @@ def _decode(text, dtype, header, compressed, pool, into=None):
 def _vtu_blocks(points, connectivity, offsets, types, cell_arrays):
     """Runs of one cell type in file order become cell blocks."""
     offsets = np.asarray(offsets, dtype=np.int64)
-    types = np.asarray(types, dtype=np.int64)
-    starts = np.concatenate([[0], np.flatnonzero(np.diff(types)) + 1])
+    types = np.asarray(types)  # compared as stored: no wider copy
+    starts = np.concatenate([[0], np.flatnonzero(types[1:] != types[:-1]) + 1])
     if len(starts) > 10_000:
         raise _Unsupported()  # finely mixed types: meshio's grouping
     ends = np.concatenate([starts[1:], [len(types)]])
