@@ -218,9 +218,18 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
     acoustic::increment(n, elem_status, density, w.lsq, stable_time, material_props);
   }
 
-  // 10. The batch reports the status of its last failed element.
-  for (int e = 0; e < n; ++e)
-    if (elem_status[e] != 0) call_status = elem_status[e];
+  // 10. The batch reports the status of its last failed element: a quick
+  //     test whether any failed, then a scan back from the end.
+  int any_failed = 0;
+  for (int e = 0; e < n; ++e) any_failed |= elem_status[e];
+  if (any_failed != 0) {
+    for (int e = n - 1; e >= 0; --e) {
+      if (elem_status[e] != 0) {
+        call_status = elem_status[e];
+        break;
+      }
+    }
+  }
 }
 
 }  // namespace sti::pipeline

@@ -127,11 +127,38 @@ inline constexpr ElementType kElementTypes[] = {
 
 inline constexpr int kElementTypeCount = sizeof(kElementTypes) / sizeof(kElementTypes[0]);
 
+// Row of each type id from 0 to the largest, the first row where several
+// share an id; kNoRow where none has it. Every batch looks its type up several
+// times, so the lookup is one load instead of a scan of the table.
+inline constexpr unsigned char kNoRow = 0xFF;
+static_assert(kElementTypeCount < kNoRow);
+
+constexpr int largest_type_id() {
+  int largest = 0;
+  for (const ElementType& row : kElementTypes)
+    largest = row.elem_type_id > largest ? row.elem_type_id : largest;
+  return largest;
+}
+inline constexpr int kLargestTypeId = largest_type_id();
+
+struct TypeRows {
+  unsigned char row[kLargestTypeId + 1];
+};
+
+constexpr TypeRows type_rows() {
+  TypeRows rows{};
+  for (int id = 0; id <= kLargestTypeId; ++id) rows.row[id] = kNoRow;
+  for (int r = kElementTypeCount - 1; r >= 0; --r)
+    rows.row[kElementTypes[r].elem_type_id] = static_cast<unsigned char>(r);
+  return rows;
+}
+inline constexpr TypeRows kTypeRows = type_rows();
+
 // The first row of a type id, or nullptr for an id no row has.
 constexpr const ElementType* find_type(int elem_type_id) {
-  for (const ElementType& row : kElementTypes)
-    if (row.elem_type_id == elem_type_id) return &row;
-  return nullptr;
+  if (elem_type_id < 0 || elem_type_id > kLargestTypeId) return nullptr;
+  const unsigned char r = kTypeRows.row[elem_type_id];
+  return r == kNoRow ? nullptr : &kElementTypes[r];
 }
 
 constexpr bool rows_of_one_id_agree() {
