@@ -67,6 +67,8 @@ enum {
  *                   elements that has failures, entries of the sound elements
  *                   are left as the caller had them. Not null.
  *
+ * The two outputs must not overlap each other or any input array.
+ *
  * Returns the call's public code: within a batch of 128 elements the code of
  * its last failed element, between batches the smallest nonzero batch code.
  *
