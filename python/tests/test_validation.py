@@ -16,27 +16,22 @@ CUBE = (ref.HEX_SIGNS + 1) / 2
 
 
 class TestReferenceElements:
-    def test_bar_frequency(self):
-        # two lumped masses rho A L / 2 on a spring E A / L: omega^2 = 4 E / (rho L^2);
-        # E = 4, rho = 1, L = 2 gives omega = 2
-        X = np.array([[[0.0, 0, 0], [0, 2, 0]]])
-        assert ref.truss(X, 4.0, 1.0)[0] == pytest.approx(2.0, rel=1e-14)
-
     @pytest.mark.parametrize("nu", [0.0, 0.3, 0.45])
-    def test_uniform_strain_cube(self, nu):
-        # Mean gradients of a cube of side h are (+-1, +-1, +-1) / (4 h).  The
-        # dilatation u_I = x_I - centre gives forces V (3 lam + 2 mu) / (2 h^2) u_I on
-        # masses rho V / 8: omega^2 = 4 (3 lam + 2 mu) / (rho h^2), the largest mode.
+    def test_closed_forms(self, nu):
+        # A bar: two lumped masses rho A L / 2 on a spring E A / L, omega^2 =
+        # 4 E / (rho L^2); E = 4, rho = 1, L = 2 gives omega = 2.
+        assert ref.truss(np.array([[[0.0, 0, 0], [0, 2, 0]]]), 4.0, 1.0)[0] == \
+            pytest.approx(2.0, rel=1e-14)
+        # Mean gradients of a cube of side h are (+-1, +-1, +-1) / (4 h). The
+        # dilatation u_I = x_I - centre gives forces V (3 lam + 2 mu) / (2 h^2) u_I
+        # on masses rho V / 8: omega^2 = 4 (3 lam + 2 mu) / (rho h^2), the largest.
         h, rho, E = 2.0, 3.0, 5.0
         lam, mu = E * nu / ((1 + nu) * (1 - 2 * nu)), E / (2 * (1 + nu))
         w, _ = ref.hexa(h * CUBE[None], E, nu, rho, "mean")
         assert w[0] ** 2 == pytest.approx(4 * (3 * lam + 2 * mu) / (rho * h * h), rel=1e-12)
-
-    def test_acoustic_cube(self):
-        # Three gradient modes p = sign(x - centre), each with omega^2 = 4 c^2 / h^2
-        h, bulk, rho = 0.5, 9.0, 4.0
-        w, _ = ref.acoustic_hexa(h * CUBE[None], bulk, rho, "mean")
-        assert w[0] == pytest.approx(2 * np.sqrt(bulk / rho) / h, rel=1e-12)
+        # Acoustic: three gradient modes p = sign(x - centre), omega^2 = 4 c^2 / h^2.
+        w, _ = ref.acoustic_hexa(0.5 * CUBE[None], 9.0, 4.0, "mean")
+        assert w[0] == pytest.approx(2 * np.sqrt(9.0 / 4.0) / 0.5, rel=1e-12)
 
     def test_rigid_motion_is_free_and_mass_is_complete(self):
         rng = np.random.default_rng(3)
@@ -54,26 +49,6 @@ class TestReferenceElements:
         _, m, _ = ref.isoparametric((CUBE @ A.T)[None], box, pts, wts, ref.d_solid(1.0, 0.3), 2.0)
         assert m[0, 0::3].sum() == pytest.approx(2.0 * abs(np.linalg.det(A)), rel=1e-13)
         assert np.all(m > 0)
-
-    @pytest.mark.parametrize("kind, fn", [
-        ("quad", lambda X: ref.quad(X, 1.0, 0.3, 1.0, "mean")[0]),
-        ("tet", lambda X: ref.tet4(X, 1.0, 0.3, 1.0)[0]),
-        ("hex", lambda X: ref.hexa(X, 1.0, 0.3, 1.0, "full")[0]),
-    ])
-    def test_rotation_and_size(self, kind, fn):
-        # omega is invariant under rotation and translation and scales as 1/size
-        rng = np.random.default_rng(5)
-        X, _ = shapes.distort(rng, shapes.REGULAR[kind], 4, rotate=False)
-        moved = 3.0 * X @ shapes.random_rotation(rng, X.shape[2]).T + 7.0
-        assert fn(moved) == pytest.approx(fn(X) / 3.0, rel=1e-10)
-
-    @pytest.mark.parametrize("kind, element", [("quad", ref.quad), ("hex", ref.hexa)])
-    def test_full_integration_is_stiffer_than_uniform_strain(self, kind, element):
-        # K_full = K_mean + sum of w det J dB^T D dB with zero-mean dB: never less stiff
-        rng = np.random.default_rng(8)
-        X, _ = shapes.distort(rng, shapes.REGULAR[kind], 50)
-        full, mean = (element(X, 1.0, 0.45, 1.0, rule)[0] for rule in ("full", "mean"))
-        assert np.all(full >= mean * (1 - 1e-12)) and np.any(full > mean * 1.01)
 
     def test_beam_bar_modes_and_rotary_inertia(self):
         L = np.array([1.0, 10.0])

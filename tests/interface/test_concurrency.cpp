@@ -13,17 +13,9 @@
 
 namespace {
 
-using sti_test::bits;
 using sti_test::Call;
 using sti_test::Result;
-
-bool same_bits(const Result& a, const Result& b) {
-  if (a.code != b.code || a.element_code != b.element_code || a.dt.size() != b.dt.size())
-    return false;
-  for (std::size_t i = 0; i < a.dt.size(); ++i)
-    if (bits(a.dt[i]) != bits(b.dt[i])) return false;
-  return true;
-}
+using sti_test::same_bits;
 
 TEST(Concurrency, EightThreadsMatchTheLoneCallBitForBit) {
   // Every catalogue name, at a size that spans several batches for some.

@@ -22,22 +22,18 @@ Handler set_slot(Handler h) {
 
 using Installed = sti::interface::InstalledHandler<Handler>;
 
-TEST(InstalledHandler, UnloadPutsBackTheHandlerItReplaced) {
-  slot = &host_handler;
-  {
-    const Installed library(&library_handler, &get_slot, &set_slot);
-    EXPECT_EQ(slot, &library_handler);
+// Unloading puts back the handler the load replaced, unless the host
+// installed another since.
+TEST(InstalledHandler, UnloadPutsBackTheReplacedHandlerOnlyIfStillInstalled) {
+  for (const bool host_changes_it : {false, true}) {
+    slot = &host_handler;
+    {
+      const Installed library(&library_handler, &get_slot, &set_slot);
+      EXPECT_EQ(slot, &library_handler);
+      if (host_changes_it) set_slot(&later_handler);
+    }
+    EXPECT_EQ(slot, host_changes_it ? &later_handler : &host_handler);
   }
-  EXPECT_EQ(slot, &host_handler);
-}
-
-TEST(InstalledHandler, AHandlerInstalledSinceStays) {
-  slot = &host_handler;
-  {
-    const Installed library(&library_handler, &get_slot, &set_slot);
-    set_slot(&later_handler);
-  }
-  EXPECT_EQ(slot, &later_handler);
 }
 
 }  // namespace

@@ -24,7 +24,6 @@ struct Family {
   int collapsed_code; // public code of the element with every node at one point
   bool inverted_fails = false;
   bool acoustic = false;  // modulus is the bulk modulus, no damping
-  bool shell = false;
 };
 
 inline Mesh mid_sides(std::vector<P3> corners, const std::vector<std::array<int, 2>>& edges, float bend) {
@@ -97,12 +96,11 @@ inline const std::vector<Family>& families() {
       {{"B21"}, line2, M::kPlanar, 16, 400},
       {{"B22"}, curve2, M::kPlanar, 16, 400},
       {{"B32"}, curve3, M::kSolid, 16, 400},
-      {{"M3D4", "M3D4R", "S4", "S4R", "S4RT", "S4RS", "S4RSW"}, warped4, M::kSolid, 16, 400,
-       false, false, true},
-      {{"M3D3", "S3", "S3R", "S3T", "S3RT", "S3RS"}, warped3, M::kSolid, 16, 400, false, false, true},
-      {{"SC8R"}, sc8, M::kSolid, 16, 400, false, false, true},
-      {{"SC6R"}, sc6, M::kSolid, 16, 400, false, false, true},
-      {{"SAX1"}, sax, M::kAxial, 32, 400, false, false, true},
+      {{"M3D4", "M3D4R", "S4", "S4R", "S4RT", "S4RS", "S4RSW"}, warped4, M::kSolid, 16, 400},
+      {{"M3D3", "S3", "S3R", "S3T", "S3RT", "S3RS"}, warped3, M::kSolid, 16, 400},
+      {{"SC8R"}, sc8, M::kSolid, 16, 400},
+      {{"SC6R"}, sc6, M::kSolid, 16, 400},
+      {{"SAX1"}, sax, M::kAxial, 32, 400},
       // The collapsed surface has no frame, so its thickness status (code 100)
       // comes last and overrides the area's.
       {{"COH3D8"}, coh8, M::kSolid, 64, 100},

@@ -9,7 +9,6 @@
 #include <regex>
 #include <sstream>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "interface/well_shaped.hpp"
@@ -17,56 +16,39 @@
 
 namespace {
 
-std::string read_source(const std::string& relative) {
+// The captures of each match of `pattern` in the source file, from `begin` up
+// to the next `end`, joined by blanks.
+std::vector<std::string> matches(const std::string& relative, const std::string& begin,
+                                 const std::string& end, const std::string& pattern) {
   std::ifstream in(std::string(STI_SOURCE_DIR) + "/" + relative);
   std::stringstream text;
   text << in.rdbuf();
-  return text.str();
+  const std::string source = text.str();
+  const std::size_t from = source.find(begin);
+  EXPECT_NE(from, std::string::npos) << relative;
+  const std::string part = source.substr(from, source.find(end, from) - from);
+  std::vector<std::string> found;
+  const std::regex re(pattern);
+  for (auto it = std::sregex_iterator(part.begin(), part.end(), re); it != std::sregex_iterator(); ++it)
+    found.push_back(it->size() > 2 ? (*it)[1].str() + " " + (*it)[2].str() : (*it)[1].str());
+  return found;
 }
 
-std::vector<std::string> table_names() {
-  std::vector<std::string> names;
-  for (const auto& row : sti::pipeline::kElementTypes) names.emplace_back(row.name);
-  return names;
-}
-
-TEST(ElementTable, TestCatalogueNamesTheTableRows) {
-  // The test catalogue keeps its own order (by family); compare the sets.
-  std::vector<std::string> tests = sti_test::catalogue_names(), table = table_names();
+TEST(ElementTable, OtherListsNameTheTableRows) {
+  std::vector<std::string> names, with_counts;
+  for (const auto& row : sti::pipeline::kElementTypes) {
+    names.emplace_back(row.name);
+    with_counts.push_back(std::string(row.name) + " " + std::to_string(row.node_count));
+  }
+  EXPECT_EQ(matches("fuzz/fuzz_stable_time.cpp", "kNames[] = {", "};", "\"([A-Z0-9]+)\""), names);
+  EXPECT_EQ(matches("python/stabletime/catalogue.py", "NODE_COUNT = {", "}",
+                    "\"([A-Z0-9]+)\": *([0-9]+)"),
+            with_counts);
+  // The test catalogue keeps its own order (by family): compare the sets.
+  std::vector<std::string> tests = sti_test::catalogue_names();
   std::sort(tests.begin(), tests.end());
-  std::sort(table.begin(), table.end());
-  EXPECT_EQ(tests, table);
-}
-
-TEST(ElementTable, FuzzTargetNamesTheTableRows) {
-  const std::string source = read_source("fuzz/fuzz_stable_time.cpp");
-  const std::size_t begin = source.find("kNames[] = {");
-  ASSERT_NE(begin, std::string::npos);
-  const std::size_t end = source.find("};", begin);
-  const std::string list = source.substr(begin, end - begin);
-  std::vector<std::string> names;
-  const std::regex quoted("\"([A-Z0-9]+)\"");
-  for (auto it = std::sregex_iterator(list.begin(), list.end(), quoted);
-       it != std::sregex_iterator(); ++it)
-    names.push_back((*it)[1]);
-  EXPECT_EQ(names, table_names());
-}
-
-TEST(ElementTable, PythonPackageHasEveryNameWithItsNodeCount) {
-  const std::string source = read_source("python/stabletime/catalogue.py");
-  const std::size_t begin = source.find("NODE_COUNT = {");
-  ASSERT_NE(begin, std::string::npos);
-  const std::size_t end = source.find('}', begin);
-  const std::string dict = source.substr(begin, end - begin);
-  std::vector<std::pair<std::string, int>> entries;
-  const std::regex entry("\"([A-Z0-9]+)\": *([0-9]+)");
-  for (auto it = std::sregex_iterator(dict.begin(), dict.end(), entry);
-       it != std::sregex_iterator(); ++it)
-    entries.emplace_back((*it)[1], std::stoi((*it)[2]));
-  std::vector<std::pair<std::string, int>> expected;
-  for (const auto& row : sti::pipeline::kElementTypes)
-    expected.emplace_back(row.name, row.node_count);
-  EXPECT_EQ(entries, expected);
+  std::sort(names.begin(), names.end());
+  EXPECT_EQ(tests, names);
 }
 
 }  // namespace

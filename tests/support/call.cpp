@@ -85,6 +85,14 @@ Mesh scaled(const Mesh& mesh, float factor) {
   return m;
 }
 
+bool same_bits(const Result& a, const Result& b) {
+  if (a.code != b.code || a.element_code != b.element_code || a.dt.size() != b.dt.size())
+    return false;
+  for (std::size_t i = 0; i < a.dt.size(); ++i)
+    if (bits(a.dt[i]) != bits(b.dt[i])) return false;
+  return true;
+}
+
 Result run(const Call& call) {
   const int n = call.mesh.element_count();
   const std::vector<float> density =

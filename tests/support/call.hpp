@@ -62,6 +62,9 @@ struct Result {
   std::vector<int> element_code;
 };
 
+// Same call code, element codes and increment bits.
+bool same_bits(const Result& a, const Result& b);
+
 // Runs sti_StableTime. Outputs are prefilled: dt with NaN, codes with
 // kUntouchedCode, each with two guard entries past the end that must survive.
 Result run(const Call& call);
