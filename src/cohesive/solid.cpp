@@ -63,16 +63,55 @@ struct Wedge {
   }
 };
 
-// The measure of one element at corner point p (from 0) of the rule rows N,
-// a and b, p fixed at compile time so that every edge and row index is: from its mid-surface points X, half-thickness vectors D, frame f and
-// the in-plane coordinates x, y of its points in that frame. The element's
-// status comes in and goes out through `status`.
+// Edges of an element: length, vector, and the two transverse directions
+// u + v and u - v, for the unit direction u and the mean half-thickness across
+// the edge over its length v. They are the same at every corner. Each is an
+// array of its own, small enough for the compiler to keep in registers.
+template <class Shape>
+using EdgeFloats = float[Shape::kEdgeCount];
+template <class Shape>
+using EdgeVectors = float[Shape::kEdgeCount][3];
+
+template <class Shape>
+[[gnu::always_inline]] inline void edges_of(const Vec3 (&X)[kPoints], const Vec3 (&D)[kPoints],
+                                            EdgeFloats<Shape>& len, EdgeVectors<Shape>& vec,
+                                            EdgeVectors<Shape>& w_plus,
+                                            EdgeVectors<Shape>& w_minus) {
+  for (int ed = 0; ed < Shape::kEdgeCount; ++ed) {
+    const Edge E = Shape::kEdges[ed];
+    const Vec3 dv{X[E.k].x - X[E.i].x, X[E.k].y - X[E.i].y, X[E.k].z - X[E.i].z};
+    const float l = length(dv);
+    const float rho = guarded_reciprocal_nonstrict(l);
+    const float u[3] = {dv.x * rho, dv.y * rho, dv.z * rho};
+    const float m[3] = {D[E.i].x + D[E.k].x, D[E.i].y + D[E.k].y, D[E.i].z + D[E.k].z};
+    const float mu = m[0] * u[0] + m[1] * u[1] + m[2] * u[2];
+    len[ed] = l;
+    vec[ed][0] = dv.x, vec[ed][1] = dv.y, vec[ed][2] = dv.z;
+    for (int c = 0; c < 3; ++c) {
+      const float v = (m[c] - mu * u[c]) * rho;
+      w_plus[ed][c] = u[c] + v;
+      w_minus[ed][c] = u[c] - v;
+    }
+  }
+}
+
+// What one corner gives an element: mass, length term, and the status it
+// sets (1 or 3), 0 where it keeps the element's own.
+struct CornerResult {
+  float mass, lsq;
+  int status;
+};
+
+// The measure of one element at corner point p (from 0), fixed at compile
+// time so that every edge and row index is; N, a and b are the point's rows of
+// the rule. From the element's mid-surface points X, half-thickness vectors D,
+// edges, frame f and the in-plane coordinates x, y of its points in that frame.
 template <class Shape, int p>
-[[gnu::always_inline]] inline void corner_measure(int coh_flag, const float* N, const float* a, const float* b,
-                           float weight, const Vec3 (&X)[kPoints], const Vec3 (&D)[kPoints],
-                           const CornerFrame& f, const float (&x)[kPoints],
-                           const float (&y)[kPoints], float thick, float density, int& status,
-                           float& mass, float& lsq) {
+[[gnu::always_inline]] inline CornerResult corner_measure(
+    int coh_flag, const float* N, const float* a, const float* b, float weight,
+    const Vec3 (&D)[kPoints], const EdgeFloats<Shape>& len, const EdgeVectors<Shape>& vec,
+    const EdgeVectors<Shape>& w_plus, const EdgeVectors<Shape>& w_minus, const CornerFrame& f,
+    const float (&x)[kPoints], const float (&y)[kPoints], float thick, float density) {
   constexpr int KF = Shape::kFaceNodes;
   auto sq = [](float v) { return v * v; };
   auto comp = [](const Vec3& v, int c) { return c == 0 ? v.x : (c == 1 ? v.y : v.z); };
@@ -110,33 +149,11 @@ template <class Shape, int p>
   J = flat ? J + 1.0f : J;
   const float area = Shape::kWeighted ? J * weight : J;
 
-  // Edges: unit direction u, the mean half-thickness across the edge over the
-  // edge's length v, and the two transverse directions u + v and u - v.
-  float edge_len[Shape::kEdgeCount];
-  Vec3 edge_vec[Shape::kEdgeCount];
-  float w_plus[Shape::kEdgeCount][3], w_minus[Shape::kEdgeCount][3];
-  for (int ed = 0; ed < Shape::kEdgeCount; ++ed) {
-    const Edge E = Shape::kEdges[ed];
-    const Vec3 dv{X[E.k].x - X[E.i].x, X[E.k].y - X[E.i].y, X[E.k].z - X[E.i].z};
-    const float l = length(dv);
-    const float rho = guarded_reciprocal_nonstrict(l);
-    const float u[3] = {dv.x * rho, dv.y * rho, dv.z * rho};
-    const float m[3] = {D[E.i].x + D[E.k].x, D[E.i].y + D[E.k].y, D[E.i].z + D[E.k].z};
-    const float mu = m[0] * u[0] + m[1] * u[1] + m[2] * u[2];
-    edge_len[ed] = l;
-    edge_vec[ed] = dv;
-    for (int c = 0; c < 3; ++c) {
-      const float v = (m[c] - mu * u[c]) * rho;
-      w_plus[ed][c] = u[c] + v;
-      w_minus[ed][c] = u[c] - v;
-    }
-  }
-
   // Edge basis of the corner: dual vectors of the two half-edges meeting
   // there, projected on s and t and scaled by the half edge lengths.
-  const int e1 = Shape::kBasis[p][0], e2 = Shape::kBasis[p][1];
-  const float g1[3] = {edge_vec[e1].x / 2.0f, edge_vec[e1].y / 2.0f, edge_vec[e1].z / 2.0f};
-  const float g2[3] = {edge_vec[e2].x / 2.0f, edge_vec[e2].y / 2.0f, edge_vec[e2].z / 2.0f};
+  constexpr int e1 = Shape::kBasis[p][0], e2 = Shape::kBasis[p][1];
+  const float g1[3] = {vec[e1][0] / 2.0f, vec[e1][1] / 2.0f, vec[e1][2] / 2.0f};
+  const float g2[3] = {vec[e2][0] / 2.0f, vec[e2][1] / 2.0f, vec[e2][2] / 2.0f};
   const float G11 = g1[0] * g1[0] + g1[1] * g1[1] + g1[2] * g1[2];
   const float G22 = g2[0] * g2[0] + g2[1] * g2[1] + g2[2] * g2[2];
   const float G12 = g1[0] * g2[0] + g1[1] * g2[1] + g1[2] * g2[2];
@@ -152,14 +169,14 @@ template <class Shape, int p>
     const Vec3 A = axes[ax];
     const float af1 = A.x * f1[0] + A.y * f1[1] + A.z * f1[2];
     const float af2 = A.x * f2[0] + A.y * f2[1] + A.z * f2[2];
-    dual[ax][0] = af1 * edge_len[e1] / 2.0f;
-    dual[ax][1] = af2 * edge_len[e2] / 2.0f;
+    dual[ax][0] = af1 * len[e1] / 2.0f;
+    dual[ax][1] = af2 * len[e2] / 2.0f;
   }
 
   // Sliding part: per axis, the rows of both faces' nodes from the contributing
   // edges, then the sum of their squares. A row starts at -0, which adds
-  // nothing, and its sign does not reach its square.
-  // Every loop here unrolls, so that the rows stay in registers.
+  // nothing, and its sign does not reach its square. Every loop here unrolls,
+  // so that the rows stay in registers.
   float s_s = 0.0f;
 #pragma GCC unroll 2
   for (int ax = 0; ax < 2; ++ax) {
@@ -206,14 +223,31 @@ template <class Shape, int p>
   const float ramp = 4.0f >= S ? 4.0f : (S < 7.0f ? inside : 1.0f);
   const float factor = Shape::kRamp && !degenerate ? ramp : 1.0f;
   const float h = coh_flag != 0 ? thick : h_g;
-  mass = std::fabs(h) * area * density;
-  lsq = std::fabs(thick * h) * factor / (area * (S + g_s));
-  const int kept = degenerate || flat ? 1 : status;
-  status = 0.0f >= h ? 3 : kept;
+  CornerResult r;
+  r.mass = std::fabs(h) * area * density;
+  r.lsq = std::fabs(thick * h) * factor / (area * (S + g_s));
+  const int flat_status = flat ? 1 : 0;
+  const int set = degenerate ? 1 : flat_status;
+  r.status = 0.0f >= h ? 3 : set;
+  return r;
 }
 
 inline Vec3 point_of(const float* a, int n, int e, int k) {
   return {a[at(n, kPoints, e, k, 0)], a[at(n, kPoints, e, k, 1)], a[at(n, kPoints, e, k, 2)]};
+}
+
+// The mid-surface points X and half-thickness vectors D of element e.
+[[gnu::always_inline]] inline void points_of(const float* coords_g, const float* coords_d, int n,
+                                             int e, Vec3 (&X)[kPoints], Vec3 (&D)[kPoints]) {
+  for (int k = 0; k < kPoints; ++k) {
+    X[k] = point_of(coords_g, n, e, k);
+    D[k] = point_of(coords_d, n, e, k);
+  }
+}
+
+// The element's status after a corner.
+inline int status_after(const CornerResult& r, int status) {
+  return r.status != 0 ? r.status : status;
 }
 
 // The routine over a batch at corner p, frame and local coordinates given.
@@ -222,8 +256,7 @@ void solid_cohesive(int coh_flag, int n, int* elem_status, const float* rule_n,
                     const float* rule_dn1, const float* rule_dn2, const float* rule_w,
                     const float* frame, const float* work_a, const float* work_b,
                     const float* coords_g, const float* local_g, const float* coords_d,
-                    float* element_mass, const float* thickness, const float* density,
-                    float* lsq) {
+                    float* element_mass, const float* thickness, const float* density, float* lsq) {
   const float* N = rule_n + kPoints * p;
   const float* a = rule_dn1 + kPoints * p;
   const float* b = rule_dn2 + kPoints * p;
@@ -246,45 +279,114 @@ void solid_cohesive(int coh_flag, int n, int* elem_status, const float* rule_n,
     f.tb = {work_b[e + 3 * n], work_b[e + 4 * n], work_b[e + 5 * n]};
     f.rn = work_a[e];
     f.s = axis(0), f.t = axis(1), f.nrm = axis(2);
-    int status = elem_status[e];
-    corner_measure<Shape, p>(coh_flag, N, a, b, weight, X, D, f, x, y, thickness[e], density[e],
-                          status, element_mass[e], lsq[e]);
-    elem_status[e] = status;
+    EdgeFloats<Shape> len;
+    EdgeVectors<Shape> vec, w_plus, w_minus;
+    edges_of<Shape>(X, D, len, vec, w_plus, w_minus);
+    const CornerResult r = corner_measure<Shape, p>(coh_flag, N, a, b, weight, D, len, vec, w_plus,
+                                                    w_minus, f, x, y, thickness[e], density[e]);
+    element_mass[e] = r.mass;
+    lsq[e] = r.lsq;
+    elem_status[e] = status_after(r, elem_status[e]);
   }
 }
 
-// The same with the frame formed in place from the mid-surface points.
+// The measure at corner p with the frame formed in place from the points X.
 template <class Shape, int p>
-void solid_cohesive_fused(int coh_flag, int n, int* STI_RESTRICT elem_status,
-                          const float* STI_RESTRICT rule_n, const float* STI_RESTRICT rule_dn1,
-                          const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT rule_w,
-                          const float* STI_RESTRICT coords_g, const float* STI_RESTRICT coords_d,
-                          float* STI_RESTRICT element_mass, const float* STI_RESTRICT thickness,
-                          const float* STI_RESTRICT density, float* STI_RESTRICT lsq) {
+[[gnu::always_inline]] inline CornerResult framed_corner(
+    int coh_flag, const float* rule_n, const float* rule_dn1, const float* rule_dn2,
+    const float* rule_w, const Vec3 (&X)[kPoints], const Vec3 (&D)[kPoints],
+    const EdgeFloats<Shape>& len, const EdgeVectors<Shape>& vec, const EdgeVectors<Shape>& w_plus,
+    const EdgeVectors<Shape>& w_minus, float thick, float density) {
   const float* N = rule_n + kPoints * p;
   const float* a = rule_dn1 + kPoints * p;
   const float* b = rule_dn2 + kPoints * p;
   const float weight = Shape::kWeighted ? rule_w[p] : 0.0f;
+  const CornerFrame f = corner_frame(a, b, X);
+  float x[kPoints], y[kPoints];
+  for (int k = 0; k < kPoints; ++k) {
+    x[k] = X[k].x * f.s.x + X[k].y * f.s.y + X[k].z * f.s.z;
+    y[k] = X[k].x * f.t.x + X[k].y * f.t.y + X[k].z * f.t.z;
+  }
+  return corner_measure<Shape, p>(coh_flag, N, a, b, weight, D, len, vec, w_plus, w_minus, f, x, y,
+                                  thick, density);
+}
+
+// Corner p alone, the frame formed in place.
+template <class Shape, int p>
+[[gnu::noinline]] void solid_cohesive_fused(
+    int coh_flag, int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT rule_n,
+    const float* STI_RESTRICT rule_dn1, const float* STI_RESTRICT rule_dn2,
+    const float* STI_RESTRICT rule_w, const float* STI_RESTRICT coords_g,
+    const float* STI_RESTRICT coords_d, float* STI_RESTRICT element_mass,
+    const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
+    float* STI_RESTRICT lsq) {
   for (int e = 0; e < n; ++e) {
     Vec3 X[kPoints], D[kPoints];
-    for (int k = 0; k < kPoints; ++k) {
-      X[k] = point_of(coords_g, n, e, k);
-      D[k] = point_of(coords_d, n, e, k);
-    }
-    const CornerFrame f = corner_frame(a, b, X);
-    float x[kPoints], y[kPoints];
-    for (int k = 0; k < kPoints; ++k) {
-      x[k] = X[k].x * f.s.x + X[k].y * f.s.y + X[k].z * f.s.z;
-      y[k] = X[k].x * f.t.x + X[k].y * f.t.y + X[k].z * f.t.z;
-    }
-    int status = elem_status[e];
-    float mass, l;
-    corner_measure<Shape, p>(coh_flag, N, a, b, weight, X, D, f, x, y, thickness[e], density[e],
-                          status, mass, l);
-    element_mass[e] = mass;
-    lsq[e] = l;
-    elem_status[e] = status;
+    points_of(coords_g, coords_d, n, e, X, D);
+    EdgeFloats<Shape> len;
+    EdgeVectors<Shape> vec, w_plus, w_minus;
+    edges_of<Shape>(X, D, len, vec, w_plus, w_minus);
+    const CornerResult r =
+        framed_corner<Shape, p>(coh_flag, rule_n, rule_dn1, rule_dn2, rule_w, X, D, len, vec,
+                                w_plus, w_minus, thickness[e], density[e]);
+    element_mass[e] = r.mass;
+    lsq[e] = r.lsq;
+    elem_status[e] = status_after(r, elem_status[e]);
   }
+}
+
+// Corners p0 and p1 (none where p1 is negative) of the batch, the edges
+// formed once for both: corner 1 into the batch arrays, the others into
+// `later`.
+template <class Shape, int p0, int p1>
+[[gnu::noinline]] void corner_pair(
+    int coh_flag, int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT rule_n,
+    const float* STI_RESTRICT rule_dn1, const float* STI_RESTRICT rule_dn2,
+    const float* STI_RESTRICT rule_w, const float* STI_RESTRICT coords_g,
+    const float* STI_RESTRICT coords_d, float* STI_RESTRICT element_mass,
+    const float* STI_RESTRICT thickness, const float* STI_RESTRICT density, float* STI_RESTRICT lsq,
+    LaterCorners* STI_RESTRICT later) {
+#pragma GCC ivdep
+  for (int e = 0; e < n; ++e) {
+    Vec3 X[kPoints], D[kPoints];
+    points_of(coords_g, coords_d, n, e, X, D);
+    EdgeFloats<Shape> len;
+    EdgeVectors<Shape> vec, w_plus, w_minus;
+    edges_of<Shape>(X, D, len, vec, w_plus, w_minus);
+    const float thick = thickness[e], rho = density[e];
+    auto keep = [&](auto p) __attribute__((always_inline)) {
+      const CornerResult r = framed_corner<Shape, p>(coh_flag, rule_n, rule_dn1, rule_dn2, rule_w,
+                                                     X, D, len, vec, w_plus, w_minus, thick, rho);
+      if constexpr (p == 0) {
+        element_mass[e] = r.mass;
+        lsq[e] = r.lsq;
+        elem_status[e] = status_after(r, elem_status[e]);
+      } else {
+        later->element_mass[p - 1][e] = r.mass;
+        later->lsq[p - 1][e] = r.lsq;
+        later->status[p - 1][e] = r.status;
+      }
+    };
+    keep(std::integral_constant<int, p0>{});
+    if constexpr (p1 >= 0) keep(std::integral_constant<int, p1>{});
+  }
+}
+
+// The first kCorners corners (3 or 4), two at a time, so that one element
+// loop holds no more than two corners' values at once.
+template <class Shape, int kCorners>
+void solid_cohesive_corners(int coh_flag, int n, int* STI_RESTRICT elem_status,
+                            const float* STI_RESTRICT rule_n, const float* STI_RESTRICT rule_dn1,
+                            const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT rule_w,
+                            const float* STI_RESTRICT coords_g, const float* STI_RESTRICT coords_d,
+                            float* STI_RESTRICT element_mass, const float* STI_RESTRICT thickness,
+                            const float* STI_RESTRICT density, float* STI_RESTRICT lsq,
+                            LaterCorners* STI_RESTRICT later) {
+  corner_pair<Shape, 0, 1>(coh_flag, n, elem_status, rule_n, rule_dn1, rule_dn2, rule_w, coords_g,
+                           coords_d, element_mass, thickness, density, lsq, later);
+  corner_pair<Shape, 2, kCorners == 4 ? 3 : -1>(coh_flag, n, elem_status, rule_n, rule_dn1,
+                                                rule_dn2, rule_w, coords_g, coords_d, element_mass,
+                                                thickness, density, lsq, later);
 }
 
 // Corner point_index (from 1) of the four, as the compile-time p of `run`;
@@ -292,11 +394,20 @@ void solid_cohesive_fused(int coh_flag, int n, int* STI_RESTRICT elem_status,
 template <class Run>
 void at_corner(int point_index, Run run) {
   switch (point_index) {
-    case 1: run(std::integral_constant<int, 0>{}); break;
-    case 2: run(std::integral_constant<int, 1>{}); break;
-    case 3: run(std::integral_constant<int, 2>{}); break;
-    case 4: run(std::integral_constant<int, 3>{}); break;
-    default: break;
+    case 1:
+      run(std::integral_constant<int, 0>{});
+      break;
+    case 2:
+      run(std::integral_constant<int, 1>{});
+      break;
+    case 3:
+      run(std::integral_constant<int, 2>{});
+      break;
+    case 4:
+      run(std::integral_constant<int, 3>{});
+      break;
+    default:
+      break;
   }
 }
 
@@ -315,8 +426,8 @@ void eight_node_cohesive(int coh_flag, int n, int point_index, int* STI_RESTRICT
                          float* STI_RESTRICT lsq) {
   at_corner(point_index, [&](auto p) {
     solid_cohesive<Hexahedral, p>(coh_flag, n, elem_status, rule_n, rule_dn1, rule_dn2, nullptr,
-                                  frame, work_a, work_b, coords_g, local_g, coords_d,
-                                  element_mass, thickness, density, lsq);
+                                  frame, work_a, work_b, coords_g, local_g, coords_d, element_mass,
+                                  thickness, density, lsq);
   });
 }
 
@@ -336,12 +447,41 @@ void six_node_cohesive(int coh_flag, int n, int point_index, int* STI_RESTRICT e
 }
 
 void solid_cohesive_corner(bool eight_node, int coh_flag, int n, int point_index,
-                           int* STI_RESTRICT elem_status, const float* STI_RESTRICT rule_n,
-                           const float* STI_RESTRICT rule_dn1, const float* STI_RESTRICT rule_dn2,
-                           const float* STI_RESTRICT rule_w, const float* STI_RESTRICT coords_g,
-                           const float* STI_RESTRICT coords_d, float* STI_RESTRICT element_mass,
-                           const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
-                           float* STI_RESTRICT lsq) {
+                           int run_point_count, int* STI_RESTRICT elem_status,
+                           const float* STI_RESTRICT rule_n, const float* STI_RESTRICT rule_dn1,
+                           const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT rule_w,
+                           const float* STI_RESTRICT coords_g, const float* STI_RESTRICT coords_d,
+                           float* STI_RESTRICT element_mass, const float* STI_RESTRICT thickness,
+                           const float* STI_RESTRICT density, float* STI_RESTRICT lsq,
+                           LaterCorners* STI_RESTRICT later) {
+  const bool together = later != nullptr && (run_point_count == 3 || run_point_count == 4);
+  if (together && point_index == 1) {
+    auto run = [&](auto corners) {
+      if (eight_node)
+        solid_cohesive_corners<Hexahedral, corners>(coh_flag, n, elem_status, rule_n, rule_dn1,
+                                                    rule_dn2, rule_w, coords_g, coords_d,
+                                                    element_mass, thickness, density, lsq, later);
+      else
+        solid_cohesive_corners<Wedge, corners>(coh_flag, n, elem_status, rule_n, rule_dn1, rule_dn2,
+                                               rule_w, coords_g, coords_d, element_mass, thickness,
+                                               density, lsq, later);
+    };
+    if (run_point_count == 3)
+      run(std::integral_constant<int, 3>{});
+    else
+      run(std::integral_constant<int, 4>{});
+    return;
+  }
+  if (together && point_index >= 2 && point_index <= run_point_count) {
+    const int q = point_index - 2;
+    for (int e = 0; e < n; ++e) {
+      element_mass[e] = later->element_mass[q][e];
+      lsq[e] = later->lsq[q][e];
+      const int set = later->status[q][e];
+      elem_status[e] = set != 0 ? set : elem_status[e];
+    }
+    return;
+  }
   at_corner(point_index, [&](auto p) {
     if (eight_node)
       solid_cohesive_fused<Hexahedral, p>(coh_flag, n, elem_status, rule_n, rule_dn1, rule_dn2,

@@ -136,10 +136,10 @@ void element_geometry(int n, int point_index, int run_point_count, int section_i
                        rule_dn2, w);
       break;
     case 0x1203C08:  // solid cohesive elements: frame, rotation and measure in one pass
-      cohesive::solid_cohesive_corner(variant == Variant::kEightNodeCohesive, coh_flag, n,
-                                      point_index, elem_status, rule_n, rule_dn1, rule_dn2,
-                                      rule_w, coords_g, coords_d, element_mass, thickness,
-                                      density, lsq);
+      cohesive::solid_cohesive_corner(
+          variant == Variant::kEightNodeCohesive, coh_flag, n, point_index, run_point_count,
+          elem_status, rule_n, rule_dn1, rule_dn2, rule_w, coords_g, coords_d, element_mass,
+          thickness, density, lsq, w.points_in_turn ? &w.shape->cohesive_corners : nullptr);
       break;
     case 0x1202404:  // planar and axisymmetric cohesive elements
       if (variant == Variant::kPlaneCohesive)

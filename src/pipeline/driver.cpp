@@ -136,7 +136,7 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
   //    gather's half differences follow its four points.
   float* coords_g = type->gather == Gather::kTenNode ? w.ten_node_coords : w.gathered.coords;
   float* coords_d = w.gathered.coords + kBatchCapacity * kPairPoints * 3;
-  const GeometryWork geometry{w.work_a, w.work_b, &w.gathered.shape};
+  const GeometryWork geometry{w.work_a, w.work_b, &w.gathered.shape, true};
   const int* geometry_connectivity =
       geom_node_count == node_count ? connectivity : w.gathered.expanded_connectivity;
   if (type->gather == Gather::kSolidPairs) {
