@@ -20,26 +20,23 @@ void cohesive_frame(int n, int point_index, const float* STI_RESTRICT rule_dn1,
                     float* STI_RESTRICT work_b) {
   const float* d1 = rule_dn1 + kPoints * (point_index - 1);
   const float* d2 = rule_dn2 + kPoints * (point_index - 1);
-  auto x = [&](int e, int k, int c) { return coords_g[at(n, kPoints, e, k, c)]; };
   for (int e = 0; e < n; ++e) {
-    float a[3], b[3];
-    for (int c = 0; c < 3; ++c) {
-      a[c] = d1[0] * x(e, 0, c) + d1[1] * x(e, 1, c) + d1[2] * x(e, 2, c) + d1[3] * x(e, 3, c);
-      b[c] = d2[0] * x(e, 0, c) + d2[1] * x(e, 1, c) + d2[2] * x(e, 2, c) + d2[3] * x(e, 3, c);
-      work_b[e + n * c] = a[c];
-      work_b[e + n * (c + 3)] = b[c];
+    Vec3 x[kPoints];
+    for (int k = 0; k < kPoints; ++k)
+      x[k] = {coords_g[at(n, kPoints, e, k, 0)], coords_g[at(n, kPoints, e, k, 1)],
+              coords_g[at(n, kPoints, e, k, 2)]};
+    const CornerFrame f = corner_frame(d1, d2, x);
+    const Vec3 rows[5] = {f.ta, f.tb, f.s, f.t, f.nrm};
+    for (int c = 0; c < 2; ++c) {
+      work_b[e + n * (3 * c)] = rows[c].x;
+      work_b[e + n * (3 * c + 1)] = rows[c].y;
+      work_b[e + n * (3 * c + 2)] = rows[c].z;
     }
-    const Vec3 m = cross({a[0], a[1], a[2]}, {b[0], b[1], b[2]});
-    const float f = guarded_reciprocal_nonstrict(length(m));
-    work_a[e] = f;
-    const Vec3 normal{m.x * f, m.y * f, m.z * f};
-    Vec3 s, t;
-    in_plane_axes<Guard::kNonStrict>(normal, s, t);
-    const Vec3 axes[3] = {s, t, normal};
+    work_a[e] = f.rn;
     for (int axis = 0; axis < 3; ++axis) {
-      frame[e + n * (0 + 3 * axis)] = axes[axis].x;
-      frame[e + n * (1 + 3 * axis)] = axes[axis].y;
-      frame[e + n * (2 + 3 * axis)] = axes[axis].z;
+      frame[e + n * (0 + 3 * axis)] = rows[2 + axis].x;
+      frame[e + n * (1 + 3 * axis)] = rows[2 + axis].y;
+      frame[e + n * (2 + 3 * axis)] = rows[2 + axis].z;
     }
   }
 }

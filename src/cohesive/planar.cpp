@@ -43,7 +43,7 @@ void planar_cohesive(int coh_flag, int n, int point_index, int* elem_status, con
     const float len = std::sqrt(tx * tx + ty * ty);
     const float pad = len > kSmallestNormal ? 0.0f : 1.0f;
     status = pad == 1.0f ? kDegenerate : status;
-    const float inv_len = (1.0f - pad) / (len + pad);
+    const float inv_len = guarded_quotient(1.0f, len, pad);
     const float jac = kAxi ? (x0 * w0 + x1 * w1) * len : len + pad;
     const float nx = 0.0f - ty * inv_len, ny = tx * inv_len;
     const float sx = (d0x * N1 + d1x * N2) * 2.0f, sy = (d0y * N1 + d1y * N2) * 2.0f;
@@ -64,7 +64,7 @@ void planar_cohesive(int coh_flag, int n, int point_index, int* elem_status, con
     const float cx = (x1 - x0) * 0.5f, cy = (y1 - y0) * 0.5f;
     const float l = std::sqrt(cx * cx + cy * cy);
     const float pad_c = l > kSmallestNormal ? 0.0f : 1.0f;
-    const float inv_c = (1.0f - pad_c) / (l + pad_c);
+    const float inv_c = guarded_quotient(1.0f, l, pad_c);
     const float ex = cx * inv_c, ey = cy * inv_c;
     const float mx = d0x + d1x, my = d0y + d1y;
     const float q = mx * ex + my * ey;

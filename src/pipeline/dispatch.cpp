@@ -143,22 +143,11 @@ void element_geometry(int n, int point_index, int run_point_count, int section_i
                        coords_g, coords_d, element_mass, thickness, density, lsq, freq, rule_dn1,
                        rule_dn2, w);
       break;
-    case 0x1203C08:  // solid cohesive elements
-      cohesive::cohesive_frame(n, point_index, rule_dn1, rule_dn2, coords_g, w.shape->surface.frame,
-                               w.shape->surface.cohesive.work_a, w.shape->surface.cohesive.work_b);
-      shell::rotate_into_frame(n, coords_g, w.shape->surface.local_g, w.shape->surface.frame);
-      if (variant == Variant::kEightNodeCohesive)
-        cohesive::eight_node_cohesive(
-            coh_flag, n, point_index, elem_status, rule_n, rule_dn1, rule_dn2,
-            w.shape->surface.frame, w.shape->surface.cohesive.work_a,
-            w.shape->surface.cohesive.work_b, coords_g, w.shape->surface.local_g, coords_d,
-            element_mass, thickness, density, lsq);
-      else
-        cohesive::six_node_cohesive(
-            coh_flag, n, point_index, elem_status, rule_n, rule_dn1, rule_dn2, rule_w,
-            w.shape->surface.frame, w.shape->surface.cohesive.work_a,
-            w.shape->surface.cohesive.work_b, coords_g, w.shape->surface.local_g, coords_d,
-            element_mass, thickness, density, lsq);
+    case 0x1203C08:  // solid cohesive elements: frame, rotation and measure in one pass
+      cohesive::solid_cohesive_corner(
+          variant == Variant::kEightNodeCohesive, coh_flag, n, point_index, run_point_count,
+          elem_status, rule_n, rule_dn1, rule_dn2, rule_w, coords_g, coords_d, element_mass,
+          thickness, density, lsq, w.points_in_turn ? &w.shape->cohesive_corners : nullptr);
       break;
     case 0x1202404:  // planar and axisymmetric cohesive elements
       if (variant == Variant::kPlaneCohesive)

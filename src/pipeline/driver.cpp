@@ -137,7 +137,8 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
   float* coords_g = type->gather == Gather::kTenNode ? w.ten_node_coords : w.gathered.coords;
   float* coords_d = w.gathered.coords + kBatchCapacity * kPairPoints * 3;
   const bool corners = type->gather == Gather::kCorners;
-  const GeometryWork geometry{w.work_a, w.work_b, &w.gathered.shape, corners ? node_count : 0};
+  const GeometryWork geometry{w.work_a, w.work_b, &w.gathered.shape, corners ? node_count : 0,
+                              true};
   const int* geometry_connectivity =
       geom_node_count == node_count ? connectivity : w.gathered.expanded_connectivity;
   if (type->gather == Gather::kSolidPairs) {

@@ -17,13 +17,6 @@ constexpr int kSolidPairs[6][8] = {
     {4, 3, 7, 8, 1, 2, 6, 5}, {2, 6, 7, 3, 1, 5, 8, 4}, {1, 2, 3, 4, 5, 6, 7, 8},
     {1, 4, 8, 5, 2, 3, 7, 6}, {1, 5, 6, 2, 4, 8, 7, 3}, {1, 2, 3, 4, 5, 6, 7, 8}};
 
-// Float c (from 0) of the node at one-based position `position` of element e.
-inline float node_value(const float* node_coords, int coord_stride, const int* connectivity,
-                        int n, int e, int position, int c) {
-  const int node = connectivity[e + n * (position - 1)];
-  return node_coords[static_cast<long long>(node - 1) * coord_stride + c];
-}
-
 }  // namespace
 
 namespace {
@@ -86,6 +79,63 @@ void gather(int value_count, int ndim, int coord_stride, const int* STI_RESTRICT
   }
 }
 
+namespace {
+
+// Node at one-based position `position` of element e, at its float `offset`.
+inline const float* node_at(const float* node_coords, int coord_stride, const int* connectivity,
+                            int n, int e, int position, int offset) {
+  const int node = connectivity[e + n * (position - 1)];
+  return node_coords + static_cast<long long>(node - 1) * coord_stride + offset;
+}
+
+// The pairs of a quadrilateral, D floats of each node read together (D = 0:
+// `dims` of them, the count known only at run time).
+template <int D>
+void planar_pairs(int n, int dims, int coord_stride, const int* t,
+                  const int* STI_RESTRICT connectivity, float* STI_RESTRICT coords_g,
+                  float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords) {
+  const int components = D > 0 ? D : dims;
+  for (int e = 0; e < n; ++e) {
+    const float* p0 = node_at(node_coords, coord_stride, connectivity, n, e, t[0], 0);
+    const float* p1 = node_at(node_coords, coord_stride, connectivity, n, e, t[1], 0);
+    const float* p2 = node_at(node_coords, coord_stride, connectivity, n, e, t[2], 0);
+    const float* p3 = node_at(node_coords, coord_stride, connectivity, n, e, t[3], 0);
+#pragma GCC unroll 3
+    for (int c = 0; c < components; ++c) {
+      const int i0 = e + 2 * n * c;
+      const int i1 = e + n + 2 * n * c;
+      coords_g[i0] = (p3[c] + p0[c]) * 0.5f;
+      coords_d[i0] = (p3[c] - p0[c]) * 0.5f;
+      coords_g[i1] = (p2[c] + p1[c]) * 0.5f;
+      coords_d[i1] = (p2[c] - p1[c]) * 0.5f;
+    }
+  }
+}
+
+// The four pairs of a hexahedron, D floats of each node read together from
+// float `offset` on.
+template <int D>
+void solid_pairs(int n, int coord_stride, int offset, const int* t,
+                 const int* STI_RESTRICT connectivity, float* STI_RESTRICT coords_g,
+                 float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords) {
+  for (int k = 0; k < 4; ++k) {
+    for (int e = 0; e < n; ++e) {
+      const float* pa = node_at(node_coords, coord_stride, connectivity, n, e, t[k], offset);
+      const float* pb = node_at(node_coords, coord_stride, connectivity, n, e, t[k + 4], offset);
+#pragma GCC unroll 3
+      for (int c = 0; c < D; ++c) {
+        const float a = pa[c];
+        const float mean = (pb[c] + a) * 0.5f;
+        const int i = e + n * k + 4 * n * c;
+        coords_g[i] = mean;
+        coords_d[i] = mean - a;
+      }
+    }
+  }
+}
+
+}  // namespace
+
 // Mid-points and half differences of the pairs (t0, t3) and (t1, t2): the half
 // difference is formed as half the difference of the two ends.
 void gather_planar_pairs(int n, int ndim, int coord_stride, int direction,
@@ -93,45 +143,27 @@ void gather_planar_pairs(int n, int ndim, int coord_stride, int direction,
                          float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords) {
   if (direction < -2 || direction > 2) return;
   const int* t = kPlanarPairs[direction + 2];
-  for (int c = 0; c < ndim; ++c) {
-    for (int e = 0; e < n; ++e) {
-      const int i0 = e + 2 * n * c;
-      const int i1 = e + n + 2 * n * c;
-      float a = node_value(node_coords, coord_stride, connectivity, n, e, t[3], c);
-      float b = node_value(node_coords, coord_stride, connectivity, n, e, t[0], c);
-      coords_g[i0] = (a + b) * 0.5f;
-      coords_d[i0] = (a - b) * 0.5f;
-      a = node_value(node_coords, coord_stride, connectivity, n, e, t[2], c);
-      b = node_value(node_coords, coord_stride, connectivity, n, e, t[1], c);
-      coords_g[i1] = (a + b) * 0.5f;
-      coords_d[i1] = (a - b) * 0.5f;
-    }
-  }
+  if (ndim == 2)
+    planar_pairs<2>(n, ndim, coord_stride, t, connectivity, coords_g, coords_d, node_coords);
+  else
+    planar_pairs<0>(n, ndim, coord_stride, t, connectivity, coords_g, coords_d, node_coords);
 }
 
 // Mid-surface points of the four pairs (t(k), t(k + 4)) and the half-thickness
-// vectors, formed as the mean minus the first end.
+// vectors, formed as the mean minus the first end. A dimension other than 2 or
+// 3 takes the last float of each node only.
 void gather_solid_pairs(int n, int ndim, int coord_stride, int direction,
                         const int* STI_RESTRICT connectivity, float* STI_RESTRICT coords_g,
                         float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords) {
   if (direction < -2 || direction > 3) return;
   const int* t = kSolidPairs[direction + 2];
-  const bool by_component = ndim == 2 || ndim == 3;
-  const int components = by_component ? ndim : 1;
-  for (int c = 0; c < components; ++c) {
-    const int source = by_component ? c : coord_stride - 1;
-    for (int k = 0; k < 4; ++k) {
-      for (int e = 0; e < n; ++e) {
-        const float a = node_value(node_coords, coord_stride, connectivity, n, e, t[k], source);
-        const float b =
-            node_value(node_coords, coord_stride, connectivity, n, e, t[k + 4], source);
-        const float mean = (b + a) * 0.5f;
-        const int i = e + n * k + 4 * n * c;
-        coords_g[i] = mean;
-        coords_d[i] = mean - a;
-      }
-    }
-  }
+  if (ndim == 3)
+    solid_pairs<3>(n, coord_stride, 0, t, connectivity, coords_g, coords_d, node_coords);
+  else if (ndim == 2)
+    solid_pairs<2>(n, coord_stride, 0, t, connectivity, coords_g, coords_d, node_coords);
+  else
+    solid_pairs<1>(n, coord_stride, coord_stride - 1, t, connectivity, coords_g, coords_d,
+                   node_coords);
 }
 
 namespace {

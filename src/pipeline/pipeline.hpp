@@ -2,6 +2,7 @@
 // geometry dispatch and the batch driver.
 #pragma once
 
+#include "cohesive/cohesive.hpp"
 #include "common/numerics.hpp"
 
 namespace sti::pipeline {
@@ -24,6 +25,7 @@ union ShapeWork {
   float quad_coords[kBatchCapacity * 4 * 2];  // six-node triangles: the point's quadrilateral
   float local_line[kBatchCapacity * 2 * 2];   // axisymmetric shells
   SurfaceWork surface;                        // membranes, shells, cohesive solids
+  cohesive::LaterCorners cohesive_corners;    // cohesive solids in a point loop
 };
 // Where the caller keeps them.
 struct GeometryWork {
@@ -31,6 +33,9 @@ struct GeometryWork {
   float* work_b;     // its guarded reciprocal
   ShapeWork* shape;  // the shape's own arrays
   int corner_nodes = 0;  // nodes per element of a type gathered without its repeated corners
+  // The caller runs the points of each section in turn from point 1 and keeps
+  // `shape` between them, so a stage may form later points with the first.
+  bool points_in_turn = false;
 };
 
 void classify(int n, int node_count, int& geom_node_count, int& ndim, int& run_point_count,
