@@ -103,7 +103,7 @@ TEST(Driver, UnitScaleScalesTheModulusOfNonLineElements) {
   EXPECT_LE(sti_test::ulp_distance(run_batch(truss).dt[0], kTrussDt), 1);
 }
 
-TEST(Driver, SectionsRunInTurn) {
+TEST(Driver, SectionsRunInTurnAndUnknownCodesFail) {
   // The truss once more. Code 119 reads mu = props[1] = 0.3 and D = props[5]
   // = 0, incompressible: K = 20 mu, 2G = 0.6, 3K = 18, wave modulus
   // (18 + 1.2) / 3 = 6.4 and x = 1/sqrt(6.4), far above the 1/sqrt(200) of
@@ -113,43 +113,37 @@ TEST(Driver, SectionsRunInTurn) {
   // section runs no geometry and sets no status, and the moduli and increment
   // of the same geometry run again change nothing. A skipped first section
   // fails every element (5) before the first increment: the second point's
-  // unset value, a tenth of the largest float, is all the minimum gets.
+  // unset value, a tenth of the largest float, is all the minimum gets. Last,
+  // a plane-stress type, whose increment loop reads 2G and 3K of every
+  // element: with no moduli written for an unknown code, every element fails
+  // with 8 and keeps the largest float.
+  const float tenth = std::bit_cast<float>(0x7DCCCCCCu), largest = std::bit_cast<float>(0x7F7FFFFFu);
   struct Case {
+    Batch batch;
     std::vector<int> codes, skip;
     int status;
     float dt;
     int ulps;
-  } cases[] = {{{119}, {0}, 0, static_cast<float>(1.0 / std::sqrt(6.4)), 32},
-               {{119, 100}, {0, 0}, 0, kTrussDt, 1},
-               {{100, 104}, {0, 0}, 8, kTrussDt, 1},
-               {{100, 100}, {0, 1}, 0, kTrussDt, 1},
-               {{100, 100}, {1, 0}, 5, std::bit_cast<float>(0x7DCCCCCCu), 0}};
-  for (const Case& c : cases) {
-    Batch b = unit_truss();
-    b.props = {200.0f, 0.3f, 0.0f, 0.0f, 0.0f, 0.0f};
-    b.material_code = c.codes;
-    b.section_skip = c.skip;
-    const Outcome o = run_batch(b);
-    EXPECT_EQ(o.call_status, c.status) << c.codes[0] << c.skip[0];
-    EXPECT_EQ(o.status, std::vector<int>(2, c.status)) << c.codes[0] << c.skip[0];
-    EXPECT_LE(sti_test::ulp_distance(o.dt[0], c.dt), c.ulps) << c.codes[0] << c.skip[0];
-    if (c.status == 5) {
-      EXPECT_EQ(bits(o.dt[1]), bits(c.dt));
+  } cases[] = {{unit_truss(), {119}, {0}, 0, static_cast<float>(1.0 / std::sqrt(6.4)), 32},
+               {unit_truss(), {119, 100}, {0, 0}, 0, kTrussDt, 1},
+               {unit_truss(), {100, 104}, {0, 0}, 8, kTrussDt, 1},
+               {unit_truss(), {100, 100}, {0, 1}, 0, kTrussDt, 1},
+               {unit_truss(), {100, 100}, {1, 0}, 5, tenth, 0},
+               {two_of("CPS4R"), {104}, {0}, 8, largest, 0},
+               {two_of("CPS4R"), {0}, {0}, 8, largest, 0},
+               {two_of("CPS4R"), {-1}, {0}, 8, largest, 0}};
+  for (Case& c : cases) {
+    c.batch.props = {200.0f, 0.3f, 0.0f, 0.0f, 0.0f, 0.0f};
+    c.batch.material_code = c.codes;
+    c.batch.section_skip = c.skip;
+    const Outcome o = run_batch(c.batch);
+    const std::string what = c.batch.name + " " + std::to_string(c.codes.back()) + std::to_string(c.skip[0]);
+    EXPECT_EQ(o.call_status, c.status) << what;
+    EXPECT_EQ(o.status, std::vector<int>(2, c.status)) << what;
+    EXPECT_LE(sti_test::ulp_distance(o.dt[0], c.dt), c.ulps) << what;
+    if (c.ulps == 0) {
+      EXPECT_EQ(bits(o.dt[1]), bits(c.dt)) << what;
     }
-  }
-}
-
-TEST(Driver, UnknownMaterialCodeFailsTheBatchWithoutAnIncrement) {
-  // A plane-stress type, whose increment loop reads 2G and 3K of every
-  // element: with no moduli written, every element fails with 8 and keeps
-  // the largest float.
-  for (int code : {104, 0, -1}) {
-    Batch b = two_of("CPS4R");
-    b.material_code = {code};
-    const Outcome o = run_batch(b);
-    EXPECT_EQ(o.call_status, 8) << code;
-    EXPECT_EQ(o.status, (std::vector<int>{8, 8})) << code;
-    for (float dt : o.dt) EXPECT_EQ(bits(dt), 0x7F7FFFFFu) << code;
   }
 }
 
