@@ -404,23 +404,6 @@ def test_binary_msh_reader_maps_sparse_tags(tmp_path, monkeypatch):
     assert rows[1][3] == [1, 1, 1] and list(ours.mesh.cell_sets) == ["part"]
 
 
-@pytest.mark.parametrize("codecs", [True, False])
-def test_vtu_last_block_size_zero_means_full(monkeypatch, codecs):
-    # VTK writes 0 as the size of the last block where the data fill it.
-    from concurrent.futures import ThreadPoolExecutor
-    from stabletime import readers
-    if not codecs:
-        monkeypatch.setattr(readers, "_CODECS", [(None, None)])
-    values = np.arange(8192, dtype="<i8").tobytes()  # two blocks of 32 KiB
-    blocks = [zlib.compress(values[k:k + 32768]) for k in (0, 32768)]
-    head = np.array([2, 32768, 0] + [len(b) for b in blocks], "<u4").tobytes()
-    text = b"\n" + base64.b64encode(head) + base64.b64encode(b"".join(blocks)) + b"\n"
-    with ThreadPoolExecutor(2) as pool:
-        got = readers._decode(readers._Text(text), 0, len(text), np.dtype("<i8"),
-                              np.dtype("<u4"), True, pool, np.dtype(np.int32))
-    assert got.dtype == np.int32 and got.tolist() == list(range(8192))
-
-
 def _mixed_mesh():
     """Two hexahedra, a wedge, a hexahedron again (three runs of cell types),
     cell data of two kinds, nodes not all used."""
@@ -436,6 +419,7 @@ def _mixed_mesh():
                                     dict(binary=True, compression="zlib"), dict(binary=False)])
 @pytest.mark.parametrize("codecs", [True, False, "wrapped"])
 def test_vtu_reader_agrees_with_meshio(tmp_path, monkeypatch, layout, codecs):
+    from concurrent.futures import ThreadPoolExecutor
     from stabletime import readers
     if not codecs:  # binascii and zlib, as without libcrypto or libdeflate
         monkeypatch.setattr(readers, "_CODECS", [(None, None)])
@@ -455,3 +439,12 @@ def test_vtu_reader_agrees_with_meshio(tmp_path, monkeypatch, layout, codecs):
     for key in ("material_id", "weight"):
         assert [a.tolist() for a in ours.cell_data[key]] == \
             [a.tolist() for a in theirs.cell_data[key]]
+    # VTK writes 0 as the size of the last block where the data fill it.
+    values = np.arange(8192, dtype="<i8").tobytes()  # two blocks of 32 KiB
+    blocks = [zlib.compress(values[k:k + 32768]) for k in (0, 32768)]
+    head = np.array([2, 32768, 0] + [len(b) for b in blocks], "<u4").tobytes()
+    text = b"\n" + base64.b64encode(head) + base64.b64encode(b"".join(blocks)) + b"\n"
+    with ThreadPoolExecutor(2) as pool:
+        got = readers._decode(readers._Text(text), 0, len(text), np.dtype("<i8"),
+                              np.dtype("<u4"), True, pool, np.dtype(np.int32))
+    assert got.dtype == np.int32 and got.tolist() == list(range(8192))
