@@ -296,6 +296,7 @@ def test_text_and_json_reports_blocks_and_csv(run_tool, tmp_path):
                      "Mass scaling to a target increment of 0.0002:"):
         assert expected in lines
     assert any(line.startswith("chords ") for line in lines) and "Model minimum:" in out
+    assert "Note:" not in out  # trusses match their exact increment
     assert [line for line in lines if line.startswith("wrote ")] == [
         f"wrote {csv_path}: 96 elements", f"wrote {png}: histogram of 96 elements"]
     assert png.read_bytes()[:4] == b"\x89PNG"

@@ -188,7 +188,8 @@ TEST(HostileInputs, CodesOfBatchesWithFailures) {
   auto trusses = [](int count, std::vector<int> zero_density, std::vector<int> zero_length) {
     Call c;
     c.name = "T3D2";
-    c.mesh = sti_test::repeated(sti_test::single_element({{0, 0, 0}, {1, 0, 0}}), count);
+    c.mesh = sti_test::joined(std::vector<sti_test::Mesh>(static_cast<std::size_t>(count),
+                                                         sti_test::single_element({{0, 0, 0}, {1, 0, 0}})));
     c.density.assign(static_cast<std::size_t>(count), 1.0f);
     for (int e : zero_density) c.density[static_cast<std::size_t>(e)] = 0.0f;  // 200
     for (int e : zero_length) c.mesh.nodes[static_cast<std::size_t>(6 * e + 3)] = 0.0f;  // 400

@@ -28,10 +28,6 @@ Mesh single_element(const std::vector<std::array<float, 3>>& points) {
   return m;
 }
 
-Mesh repeated(const Mesh& one, int copies) {
-  return joined(std::vector<Mesh>(static_cast<size_t>(copies), one));
-}
-
 Mesh joined(const std::vector<Mesh>& parts) {
   Mesh m;
   for (const Mesh& p : parts) {

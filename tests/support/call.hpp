@@ -31,8 +31,6 @@ struct Mesh {
 
 // One element from its node coordinates, given as {x, y, z} triples.
 Mesh single_element(const std::vector<std::array<float, 3>>& points);
-// The same element repeated `copies` times, each copy with nodes of its own.
-Mesh repeated(const Mesh& one, int copies);
 // Concatenation of meshes of the same type.
 Mesh joined(const std::vector<Mesh>& parts);
 
