@@ -87,20 +87,15 @@ def test_sortable_keys_natural_file_order_and_shares(tmp_path):
 def write_msh(path, points, tags, hexes):
     """A binary Gmsh 4.1 file: the nodes in two blocks with the given tags,
     one block of hexahedra numbered from 101 whose rows hold node tags."""
-    half = len(points) // 2
-    with open(path, "wb") as f:
-        f.write(b"$MeshFormat\n4.1 1 8\n" + np.int32(1).tobytes() + b"\n$EndMeshFormat\n")
-        f.write(b"$Nodes\n" + np.array([2, len(points), tags.min(), tags.max()],
-                                         "<u8").tobytes())
-        for part in (slice(0, half), slice(half, None)):
-            t = tags[part]
-            f.write(np.array([3, 1, 0], "<i4").tobytes() + np.uint64(len(t)).tobytes())
-            f.write(t.astype("<u8").tobytes() + points[part].astype("<f8").tobytes())
-        f.write(b"\n$EndNodes\n$Elements\n" +
-                np.array([1, len(hexes), 101, 100 + len(hexes)], "<u8").tobytes())
-        f.write(np.array([3, 1, 5], "<i4").tobytes() + np.uint64(len(hexes)).tobytes())
-        rows = np.column_stack([np.arange(101, 101 + len(hexes)), hexes]).astype("<u8")
-        f.write(rows.tobytes() + b"\n$EndElements\n")
+    u8, i4 = (lambda *v: np.array(v, "<u8").tobytes()), (lambda *v: np.array(v, "<i4").tobytes())
+    nodes = b"".join(i4(3, 1, 0) + u8(len(tags[p])) + tags[p].astype("<u8").tobytes() +
+                     points[p].astype("<f8").tobytes()
+                     for p in (slice(0, len(points) // 2), slice(len(points) // 2, None)))
+    rows = np.column_stack([np.arange(101, 101 + len(hexes)), hexes]).astype("<u8").tobytes()
+    path.write_bytes(b"$MeshFormat\n4.1 1 8\n" + i4(1) + b"\n$EndMeshFormat\n$Nodes\n" +
+                     u8(2, len(points), tags.min(), tags.max()) + nodes +
+                     b"\n$EndNodes\n$Elements\n" + u8(1, len(hexes), 101, 100 + len(hexes)) +
+                     i4(3, 1, 5) + u8(len(hexes)) + rows + b"\n$EndElements\n")
 
 
 def shuffled_tags(path):
