@@ -225,9 +225,7 @@ TEST(WorkedIncrements, ContinuumAndShellUnitShapes) {
 // at each corner point; without cohesive_params, or with a first parameter of
 // 0, the opening is measured, with a positive one the thickness is given.
 TEST(WorkedIncrements, Cohesive) {
-  const std::vector<P3> unit_stack = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0},
-                                      {0, 0, 1}, {1, 0, 1}, {1, 1, 1}, {0, 1, 1}};
-  EXPECT_NEAR(dt_of(element("COH3D8", unit_stack)) / std::sqrt(4.0 / 3 * 0.25 / kWave), 1.0, 2e-6);
+  EXPECT_NEAR(dt_of(element("COH3D8", kCube)) / std::sqrt(4.0 / 3 * 0.25 / kWave), 1.0, 2e-6);
   const std::vector<P3> stack = {{0, 0, 0}, {1.2f, 0.1f, 0}, {1.1f, 0.9f, 0.05f}, {0.1f, 1, 0},
                                  {0.05f, 0.02f, 0.3f}, {1.25f, 0.12f, 0.3f},
                                  {1.15f, 0.92f, 0.35f}, {0.15f, 1.02f, 0.3f}};
