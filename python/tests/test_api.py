@@ -7,8 +7,7 @@ from stabletime import core
 RNG = np.random.default_rng(7)
 STEEL = st.Elastic(210000.0, 0.3)
 TET = [[0, 0, 0], [10, 0, 0], [0, 10, 0], [0, 0, 10]]
-HEX = [[0, 0, 0], [10, 0, 0], [10, 10, 0], [0, 10, 0],
-       [0, 0, 10], [10, 0, 10], [10, 10, 10], [0, 10, 10]]
+HEX = [[x, y, z] for z in (0, 10) for x, y in ((0, 0), (10, 0), (10, 10), (0, 10))]
 QUAD = [[0, 0, 0], [10, 0, 0], [10, 8, 0], [0, 8, 0]]
 TRI = [[0, 0, 0], [10, 0, 0], [0, 8, 0]]
 WEDGE = TRI + [[x, y, 10] for x, y, _ in TRI]
@@ -33,10 +32,9 @@ FAMILIES = [
 def _mesh(nodes, copies):
     """copies of one element, moved apart and perturbed, as (nodes, connectivity)."""
     base = np.asarray(nodes, np.float64)
-    k = len(base)
     all_nodes = np.concatenate([base * RNG.uniform(0.8, 1.2, base.shape) + 50.0 * i
                                 for i in range(copies)]).astype(np.float32)
-    conn = np.arange(copies * k, dtype=np.int32).reshape(copies, k)
+    conn = np.arange(copies * len(base), dtype=np.int32).reshape(copies, len(base))
     return all_nodes, conn
 
 

@@ -2,6 +2,7 @@
 library, the report's tables and files, and the mesh readers."""
 import base64
 import csv
+import importlib.util
 import json
 import re
 import subprocess
@@ -16,16 +17,10 @@ import pytest
 import stabletime as st
 from conftest import MESHES, ROOT, library_path, shuffled_tags
 
-try:
-    import gmsh
-except ImportError:  # only the Gmsh round trips need it
-    gmsh = None
-
 STEEL = ["--E", "210000", "--nu", "0.3", "--density", "7.85e-9"]
 BAR = ["--E", "200", "--nu", "0.3", "--density", "2", "--section-area", "0.5"]
 TRUSS = [MESHES / "truss.msh", *STEEL, "--section-area", "400"]
-UNIT_HEX = np.array([[0, 0, 0], [1, 0, 0], [1, 1, 0], [0, 1, 0],
-                     [0, 0, 1], [1, 0, 1], [1, 1, 1], [0, 1, 1]], float)
+UNIT_HEX = np.array([[x, y, z] for z in (0, 1) for x, y in ((0, 0), (1, 0), (1, 1), (0, 1))], float)
 BUNDLED = [("bracket.msh", [], "C3D4"), ("plate_hole.msh", ["--thickness", "2"], "S4R"),
            ("block.msh", [], "C3D8R"),
            ("truss.msh", ["--section-area", "400", "--set", "braces.section_area=100"], "T3D2")]
@@ -380,7 +375,7 @@ def test_element_measures(cell_type, element, nodes, thickness, area, volume):
 
 # --- readers ---------------------------------------------------------------------------
 
-@pytest.mark.skipif(gmsh is None, reason="python3-gmsh not installed")
+@pytest.mark.skipif(not importlib.util.find_spec("gmsh"), reason="python3-gmsh not installed")
 def test_binary_msh_reader_maps_sparse_tags(tmp_path, monkeypatch):
     # Node tags 7, 14, ..., 84 shuffled, in two blocks; element tags 101, 102.
     from stabletime import readers

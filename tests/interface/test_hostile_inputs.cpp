@@ -44,9 +44,7 @@ const std::vector<std::string> kFamilies = {"T3D2", "B31",  "C3D8R", "C3D10M", "
 std::vector<Row> hostile_rows() {
   std::vector<Row> rows;
   auto set_all_density = [](float v) { return [v](Call& c) { c.density.assign(c.density.size(), v); }; };
-  auto set_all_thickness = [](float v) {
-    return [v](Call& c) { c.thickness->assign(c.thickness->size(), v); };
-  };
+  auto set_all_thickness = [](float v) { return [v](Call& c) { c.thickness->assign(c.thickness->size(), v); }; };
   // Every coordinate x becomes x * factor + shift (0 * NaN is NaN).
   auto scale_nodes = [](float factor, float shift) {
     return [=](Call& c) {

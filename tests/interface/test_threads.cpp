@@ -110,15 +110,13 @@ TEST(Concurrency, EightThreadsMatchTheLoneCallBitForBit) {
   std::vector<Result> alone;
   for (const Call& c : calls) alone.push_back(sti_test::run(c));
 
-  constexpr int kThreads = 8;
-  constexpr int kRounds = 6;
   std::atomic<int> mismatches{0};
   std::atomic<bool> go{false};
   std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t) {
+  for (int t = 0; t < 8; ++t) {
     threads.emplace_back([&, t] {
       while (!go.load()) std::this_thread::yield();
-      for (int round = 0; round < kRounds; ++round) {
+      for (int round = 0; round < 6; ++round) {
         // Each thread walks the calls from its own offset, so that at any
         // moment the threads are on different types and meshes.
         for (std::size_t k = 0; k < calls.size(); ++k) {

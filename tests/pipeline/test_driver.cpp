@@ -6,7 +6,6 @@
 
 #include <bit>
 #include <cmath>
-#include <limits>
 #include <string>
 #include <vector>
 

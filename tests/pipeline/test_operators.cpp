@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <initializer_list>
+#include <numeric>
 
 #include "stabletime/pipeline.h"
 #include "support/call.hpp"
@@ -54,11 +55,8 @@ TEST(FullMembrane, StoredTriangleMergesTheGradientsOfItsFirstAndLastNodes) {
   }
 }
 
-float sum(std::initializer_list<float> terms) {
-  float s = 0.0f;
-  for (float t : terms) s += t;
-  return s;
-}
+// Left to right, in float.
+float sum(std::initializer_list<float> terms) { return std::accumulate(terms.begin(), terms.end(), 0.0f); }
 
 TEST(SolidCohesive, SumsOfSquaresFollowTheirEnumeration) {
   // Half-thickness D = (dx, 0, dz) at every point of the unit square, corner
