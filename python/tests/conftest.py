@@ -25,8 +25,7 @@ def library_path():
 @pytest.fixture(scope="session")
 def direct():
     """sti_StableTime called straight through ctypes, independent of the package."""
-    fn = ctypes.CDLL(library_path()).sti_StableTime
-    fn.restype = ctypes.c_int
+    fn = ctypes.CDLL(library_path()).sti_StableTime  # returns an int, ctypes' default
 
     def call(name, nodes, conn, code, props, density, thickness, bulk, section, cohesive):
         f = lambda a: None if a is None else np.ascontiguousarray(a, np.float32)  # noqa: E731

@@ -20,7 +20,7 @@ from conftest import MESHES, ROOT, library_path, shuffled_tags
 STEEL = ["--E", "210000", "--nu", "0.3", "--density", "7.85e-9"]
 BAR = ["--E", "200", "--nu", "0.3", "--density", "2", "--section-area", "0.5"]
 TRUSS = [MESHES / "truss.msh", *STEEL, "--section-area", "400"]
-UNIT_HEX = np.array([[x, y, z] for z in (0, 1) for x, y in ((0, 0), (1, 0), (1, 1), (0, 1))], float)
+UNIT_HEX = np.float64([[x, y, z] for z in (0, 1) for x, y in ((0, 0), (1, 0), (1, 1), (0, 1))])
 BUNDLED = [("bracket.msh", [], "C3D4"), ("plate_hole.msh", ["--thickness", "2"], "S4R"),
            ("block.msh", [], "C3D8R"),
            ("truss.msh", ["--section-area", "400", "--set", "braces.section_area=100"], "T3D2")]
