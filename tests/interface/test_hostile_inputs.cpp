@@ -198,16 +198,10 @@ TEST(HostileInputs, CodesOfBatchesWithFailures) {
   EXPECT_EQ(trusses(200, {150}, {5}).code, 200);
   EXPECT_EQ(trusses(200, {0}, {150}).code, 200);
 
-  // A clean batch after a failing one writes 0 to its own entries and leaves
-  // the call's code alone; sound elements of the failing batch keep the
-  // caller's codes, and a failed one-point element keeps the largest float.
-  const sti_test::Result r = trusses(300, {3}, {});
-  EXPECT_EQ(r.code, 200);
-  EXPECT_EQ(r.element_code[3], 200);
-  EXPECT_EQ(sti_test::bits(r.dt[3]), 0x7F7FFFFFu);
-  EXPECT_EQ(r.element_code[2], kUntouchedCode);
-  EXPECT_LE(sti_test::ulp_distance(r.dt[2], static_cast<float>(1.0 / std::sqrt(200.0))), 1);
-  EXPECT_EQ(r.element_code[200], 0);
+  // A failed one-point element keeps the largest float. (What a failing batch
+  // does to its sound elements and to a clean batch after it is an invariant
+  // of every name.)
+  EXPECT_EQ(sti_test::bits(trusses(300, {3}, {}).dt[3]), 0x7F7FFFFFu);
 
   // Each element reads its own thickness, in every batch; a null thickness is 1.
   Call shells = sti_test::well_shaped_call("S4R", 200);
