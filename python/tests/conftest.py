@@ -25,8 +25,7 @@ def library_path():
 @pytest.fixture(scope="session")
 def direct():
     """sti_StableTime called straight through ctypes, independent of the package."""
-    fn = ctypes.CDLL(library_path()).sti_StableTime
-    fn.restype = ctypes.c_int
+    fn = ctypes.CDLL(library_path()).sti_StableTime  # returns an int, ctypes' default
 
     def call(name, nodes, conn, code, props, density, thickness, bulk, section, cohesive):
         f = lambda a: None if a is None else np.ascontiguousarray(a, np.float32)  # noqa: E731
@@ -54,3 +53,28 @@ def run_tool(capsys):
         return status, out, err
 
     return run
+
+
+def write_msh(path, points, tags, hexes):
+    """A binary Gmsh 4.1 file: the nodes in two blocks with the given tags,
+    one block of hexahedra numbered from 101 whose rows hold node tags."""
+    u8, i4 = (lambda *v: np.array(v, "<u8").tobytes()), (lambda *v: np.array(v, "<i4").tobytes())
+    nodes = b"".join(i4(3, 1, 0) + u8(len(tags[p])) + tags[p].astype("<u8").tobytes() +
+                     points[p].astype("<f8").tobytes()
+                     for p in (slice(0, len(points) // 2), slice(len(points) // 2, None)))
+    rows = np.column_stack([np.arange(101, 101 + len(hexes)), hexes]).astype("<u8").tobytes()
+    path.write_bytes(b"$MeshFormat\n4.1 1 8\n" + i4(1) + b"\n$EndMeshFormat\n$Nodes\n" +
+                     u8(2, len(points), tags.min(), tags.max()) + nodes +
+                     b"\n$EndNodes\n$Elements\n" + u8(1, len(hexes), 101, 100 + len(hexes)) +
+                     i4(3, 1, 5) + u8(len(hexes)) + rows + b"\n$EndElements\n")
+
+
+def shuffled_tags(path):
+    # A 2 x 1 x 1 block of hexahedra whose nodes carry shuffled, sparse tags.
+    g = np.array([[x, y, z] for x in range(3) for y in range(2) for z in range(2)], float)
+    hexes = np.array([[4 * x + 2 * y + z for x, y, z in
+                       ((i, 0, 0), (i + 1, 0, 0), (i + 1, 1, 0), (i, 1, 0),
+                        (i, 0, 1), (i + 1, 0, 1), (i + 1, 1, 1), (i, 1, 1))] for i in range(2)])
+    tags = np.random.default_rng(5).permutation(np.arange(1, 13) * 7)
+    write_msh(path, g, tags, tags[hexes])
+    return path

@@ -16,7 +16,7 @@ import meshio
 import numpy as np
 import pytest
 
-from conftest import MESHES, ROOT, library_path
+from conftest import MESHES, ROOT, library_path, shuffled_tags, write_msh
 from stabletime import parallel, readers, shareread
 from stabletime.cli import _Progress, main
 
@@ -82,36 +82,6 @@ def test_sortable_keys_natural_file_order_and_shares(tmp_path):
         assert ranges[0][0] == 0 and ranges[-1][1] == count
         assert all(a[1] == b[0] for a, b in zip(ranges, ranges[1:]))
         assert max(b - a for a, b in ranges) - min(b - a for a, b in ranges) <= 1
-
-
-def write_msh(path, points, tags, hexes):
-    """A binary Gmsh 4.1 file: the nodes in two blocks with the given tags,
-    one block of hexahedra numbered from 101 whose rows hold node tags."""
-    half = len(points) // 2
-    with open(path, "wb") as f:
-        f.write(b"$MeshFormat\n4.1 1 8\n" + np.int32(1).tobytes() + b"\n$EndMeshFormat\n")
-        f.write(b"$Nodes\n" + np.array([2, len(points), tags.min(), tags.max()],
-                                         "<u8").tobytes())
-        for part in (slice(0, half), slice(half, None)):
-            t = tags[part]
-            f.write(np.array([3, 1, 0], "<i4").tobytes() + np.uint64(len(t)).tobytes())
-            f.write(t.astype("<u8").tobytes() + points[part].astype("<f8").tobytes())
-        f.write(b"\n$EndNodes\n$Elements\n" +
-                np.array([1, len(hexes), 101, 100 + len(hexes)], "<u8").tobytes())
-        f.write(np.array([3, 1, 5], "<i4").tobytes() + np.uint64(len(hexes)).tobytes())
-        rows = np.column_stack([np.arange(101, 101 + len(hexes)), hexes]).astype("<u8")
-        f.write(rows.tobytes() + b"\n$EndElements\n")
-
-
-def shuffled_tags(path):
-    # A 2 x 1 x 1 block of hexahedra whose nodes carry shuffled, sparse tags.
-    g = np.array([[x, y, z] for x in range(3) for y in range(2) for z in range(2)], float)
-    hexes = np.array([[4 * x + 2 * y + z for x, y, z in
-                       ((i, 0, 0), (i + 1, 0, 0), (i + 1, 1, 0), (i, 1, 0),
-                        (i, 0, 1), (i + 1, 0, 1), (i + 1, 1, 1), (i, 1, 1))] for i in range(2)])
-    tags = np.random.default_rng(5).permutation(np.arange(1, 13) * 7)
-    write_msh(path, g, tags, tags[hexes])
-    return path
 
 
 @pytest.mark.parametrize("name", ["assembly.msh", "bracket.msh", "truss.msh", "shuffled"])
@@ -245,7 +215,7 @@ class TestUnderMpirun:
         # One file: positions in it are known and agree too.
         assert comparable(json.loads(run.stdout), True) == comparable(single[0], True)
 
-    def test_unreadable_partition_ends_every_rank(self, tmp_path):
+    def test_error_of_one_rank_ends_every_rank(self, tmp_path):
         for path in MESHES.glob("assembly_*.msh"):
             shutil.copy(path, tmp_path / path.name)
         data = (tmp_path / "assembly_3.msh").read_bytes()
@@ -254,12 +224,9 @@ class TestUnderMpirun:
         # Ranks take 1, 1 and 2 of the four files: the third reads assembly_3.msh.
         assert run.returncode == 2 and run.stdout == ""
         assert f"stabletime: error: rank 2: cannot read {tmp_path}/assembly_3.msh" in run.stderr
-
-    def test_error_of_one_rank_after_reading(self):
-        # Only the rank holding the hexahedra finds the element name wrong,
-        # while the others are already at the next collective.
+        # After reading, only the rank holding the hexahedra finds the element
+        # name wrong, while the others are already at the next collective.
         run = mpirun(3, PARTS, *MATERIAL, "--element", "base=C3D4")
-        assert run.returncode == 2
+        assert run.returncode == 2 and "rank 0" not in run.stderr and "rank 1" not in run.stderr
         assert "stabletime: error: rank 2: element C3D4 has 4 nodes but block base " \
             "(hexahedron) has 8" in run.stderr
-        assert "rank 0" not in run.stderr and "rank 1" not in run.stderr

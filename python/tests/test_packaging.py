@@ -11,8 +11,7 @@ SYSTEM = "system loader (DRNQVLStiWBX_StableTime.so.1)"
 
 
 def test_lookup_order(tmp_path):
-    bundled, recorded = tmp_path / "pkg" / LIB, tmp_path / "prefix" / LIB
-    named = tmp_path / "custom.so"
+    bundled, recorded, named = tmp_path / "pkg" / LIB, tmp_path / "prefix" / LIB, tmp_path / "c.so"
     for path in (bundled, recorded, named):
         path.parent.mkdir(exist_ok=True)
         path.write_bytes(b"")

@@ -64,7 +64,13 @@ void sweep(F f, R reference, std::uint32_t first, std::uint32_t last, const char
   EXPECT_LT(skipped, compared / 1000 + 10);
 }
 
-TEST(CorrectlyRoundedExp, SpecialValuesAndRangeEdges) {
+// Special values and edges, then the hardest cases: the inputs whose exact
+// results lie nearest a midpoint between two floats, from the exhaustive
+// check; their comment gives the input and the distance of the exact result
+// from the midpoint in units of 2^-64 of its binade (the float's own unit is
+// 2^-23 of it). The first of them include the inputs on which the double
+// evaluation alone rounds the wrong way.
+TEST(CorrectlyRoundedExp, SpecialValuesEdgesAndHardestCases) {
   const Case cases[] = {
       {0x00000000u, 0x3F800000u},  // e^0 = 1
       {0x80000000u, 0x3F800000u},  // e^-0 = 1
@@ -80,11 +86,24 @@ TEST(CorrectlyRoundedExp, SpecialValuesAndRangeEdges) {
       {0xC2CFF1B5u, 0x00000000u},  // first underflow to zero
       {0x7FC00001u, 0x7FC00001u},  // a quiet NaN passes through
       {0xFF800001u, 0xFFC00001u},  // a signalling NaN comes back quiet
+      // The hardest cases.
+      {0xC16912CDu, 0x34FD331Bu},  // -0x1.d2259ap+3: 5182
+      {0xBBF0EDF1u, 0x3F7E1FE9u},  // -0x1.e1dbe2p-8: 9924
+      {0xC2B2E798u, 0x000F6DCEu},  // -0x1.65cf3p+6: a subnormal result near a midpoint
+      {0x377EFF81u, 0x3F800080u},  // 0x1.fdff02p-17: 11178
+      {0xBAE0E25Cu, 0x3F7F8FA7u},  // -0x1.c1c4b8p-10: 14748
+      {0xB3000000u, 0x3F800000u},  // -0x1p-25: 16384
+      {0x39C6BE5Bu, 0x3F800C6Du},  // 0x1.8d7cb6p-12: 16794
+      {0x38E69CC1u, 0x3F80039Au},  // 0x1.cd3982p-14: 17734
+      {0x383A3EF1u, 0x3F800175u},  // 0x1.747de2p-15: 18672
+      {0x3D1A274Eu, 0x3F84E8BAu},  // 0x1.344e9cp-5: 20952
+      {0x40315B33u, 0x417FA47Du},  // 0x1.62b666p+1: 23428
+      {0x4001B249u, 0x40F2CD14u},  // 0x1.036492p+1: 26064
   };
   expect_cases("exp", sti::cr::exp, cases, std::size(cases));
 }
 
-TEST(CorrectlyRoundedAcos, SpecialValuesAndDomainEdges) {
+TEST(CorrectlyRoundedAcos, SpecialValuesEdgesAndHardestCases) {
   const Case cases[] = {
       {0x3F800000u, 0x00000000u},  // acos(1) = 0
       {0xBF800000u, 0x40490FDBu},  // acos(-1) = pi
@@ -96,34 +115,7 @@ TEST(CorrectlyRoundedAcos, SpecialValuesAndDomainEdges) {
       {0x3F800001u, 0x7FC00000u},  // just above 1: outside the domain
       {0xFF800000u, 0x7FC00000u},  // -inf: outside the domain
       {0x7FA00000u, 0x7FE00000u},  // a signalling NaN comes back quiet
-  };
-  expect_cases("acos", sti::cr::acos, cases, std::size(cases));
-}
-
-TEST(CorrectlyRoundedCos, SpecialValuesAndLargeArguments) {
-  const Case cases[] = {
-      {0x00000000u, 0x3F800000u},  // cos 0 = 1
-      {0x3F800000u, 0x3F0A5140u},  // cos 1
-      {0x3F860A92u, 0x3EFFFFFFu},  // cos of pi/3 in float, just below 1/2
-      {0x40490FDBu, 0xBF800000u},  // cos of pi in float
-      {0x4B800000u, 0x3F2056B4u},  // 2^24
-      {0x5A8E5C49u, 0x3F6A92A9u},  // 2^54 and more
-      {0x7E9E6E6Bu, 0x3EE4DBD8u},  // 2^126 and more
-      {0x7F7FFFFFu, 0x3F5A5F96u},  // the largest float
-      {0xFF7FFFFFu, 0x3F5A5F96u},  // cos is even
-      {0x7F800000u, 0x7FC00000u},  // cos inf: undefined
-      {0xFFC00123u, 0xFFC00123u},  // a quiet NaN passes through
-  };
-  expect_cases("cos", sti::cr::cos, cases, std::size(cases));
-}
-
-// The inputs whose exact results lie nearest a midpoint between two floats,
-// from the exhaustive check; the comment gives the input and the distance of
-// the exact result from the midpoint in units of 2^-64 of its binade (the
-// float's own unit is 2^-23 of it). The first entries include the inputs on
-// which the double evaluation alone rounds the wrong way.
-TEST(CorrectlyRoundedAcos, HardestCases) {
-  const Case cases[] = {
+      // The hardest cases.
       {0x39826222u, 0x3FC907B5u},  // 0x1.04c444p-12: 183
       {0x328885A3u, 0x3FC90FDBu},  // 0x1.110b46p-26: 1129
       {0xBC406CCDu, 0x3FCA90B6u},  // -0x1.80d99ap-7: 2204
@@ -140,8 +132,20 @@ TEST(CorrectlyRoundedAcos, HardestCases) {
   expect_cases("acos", sti::cr::acos, cases, std::size(cases));
 }
 
-TEST(CorrectlyRoundedCos, HardestCases) {
+TEST(CorrectlyRoundedCos, SpecialValuesEdgesAndHardestCases) {
   const Case cases[] = {
+      {0x00000000u, 0x3F800000u},  // cos 0 = 1
+      {0x3F800000u, 0x3F0A5140u},  // cos 1
+      {0x3F860A92u, 0x3EFFFFFFu},  // cos of pi/3 in float, just below 1/2
+      {0x40490FDBu, 0xBF800000u},  // cos of pi in float
+      {0x4B800000u, 0x3F2056B4u},  // 2^24
+      {0x5A8E5C49u, 0x3F6A92A9u},  // 2^54 and more
+      {0x7E9E6E6Bu, 0x3EE4DBD8u},  // 2^126 and more
+      {0x7F7FFFFFu, 0x3F5A5F96u},  // the largest float
+      {0xFF7FFFFFu, 0x3F5A5F96u},  // cos is even
+      {0x7F800000u, 0x7FC00000u},  // cos inf: undefined
+      {0xFFC00123u, 0xFFC00123u},  // a quiet NaN passes through
+      // The hardest cases.
       {0x6115CB11u, 0x3F78142Fu},  // 0x1.2b9622p+67: 533
       {0x59443C0Au, 0x3F425F62u},  // 0x1.887814p+51: 542
       {0x5F18B878u, 0x3F7F14BBu},  // 0x1.3170fp+63: 688
@@ -159,24 +163,6 @@ TEST(CorrectlyRoundedCos, HardestCases) {
       {0xDF18B878u, 0x3F7F14BBu},
   };
   expect_cases("cos", sti::cr::cos, cases, std::size(cases));
-}
-
-TEST(CorrectlyRoundedExp, HardestCases) {
-  const Case cases[] = {
-      {0xC16912CDu, 0x34FD331Bu},  // -0x1.d2259ap+3: 5182
-      {0xBBF0EDF1u, 0x3F7E1FE9u},  // -0x1.e1dbe2p-8: 9924
-      {0xC2B2E798u, 0x000F6DCEu},  // -0x1.65cf3p+6: a subnormal result near a midpoint
-      {0x377EFF81u, 0x3F800080u},  // 0x1.fdff02p-17: 11178
-      {0xBAE0E25Cu, 0x3F7F8FA7u},  // -0x1.c1c4b8p-10: 14748
-      {0xB3000000u, 0x3F800000u},  // -0x1p-25: 16384
-      {0x39C6BE5Bu, 0x3F800C6Du},  // 0x1.8d7cb6p-12: 16794
-      {0x38E69CC1u, 0x3F80039Au},  // 0x1.cd3982p-14: 17734
-      {0x383A3EF1u, 0x3F800175u},  // 0x1.747de2p-15: 18672
-      {0x3D1A274Eu, 0x3F84E8BAu},  // 0x1.344e9cp-5: 20952
-      {0x40315B33u, 0x417FA47Du},  // 0x1.62b666p+1: 23428
-      {0x4001B249u, 0x40F2CD14u},  // 0x1.036492p+1: 26064
-  };
-  expect_cases("exp", sti::cr::exp, cases, std::size(cases));
 }
 
 TEST(CorrectlyRoundedSweep, EachMatchesLongDoubleOverItsDomain) {

@@ -44,9 +44,7 @@ const std::vector<std::string> kFamilies = {"T3D2", "B31",  "C3D8R", "C3D10M", "
 std::vector<Row> hostile_rows() {
   std::vector<Row> rows;
   auto set_all_density = [](float v) { return [v](Call& c) { c.density.assign(c.density.size(), v); }; };
-  auto set_all_thickness = [](float v) {
-    return [v](Call& c) { c.thickness->assign(c.thickness->size(), v); };
-  };
+  auto set_all_thickness = [](float v) { return [v](Call& c) { c.thickness->assign(c.thickness->size(), v); }; };
   // Every coordinate x becomes x * factor + shift (0 * NaN is NaN).
   auto scale_nodes = [](float factor, float shift) {
     return [=](Call& c) {
@@ -188,7 +186,8 @@ TEST(HostileInputs, CodesOfBatchesWithFailures) {
   auto trusses = [](int count, std::vector<int> zero_density, std::vector<int> zero_length) {
     Call c;
     c.name = "T3D2";
-    c.mesh = sti_test::repeated(sti_test::single_element({{0, 0, 0}, {1, 0, 0}}), count);
+    c.mesh = sti_test::joined(std::vector<sti_test::Mesh>(static_cast<std::size_t>(count),
+                                                         sti_test::single_element({{0, 0, 0}, {1, 0, 0}})));
     c.density.assign(static_cast<std::size_t>(count), 1.0f);
     for (int e : zero_density) c.density[static_cast<std::size_t>(e)] = 0.0f;  // 200
     for (int e : zero_length) c.mesh.nodes[static_cast<std::size_t>(6 * e + 3)] = 0.0f;  // 400
@@ -199,16 +198,10 @@ TEST(HostileInputs, CodesOfBatchesWithFailures) {
   EXPECT_EQ(trusses(200, {150}, {5}).code, 200);
   EXPECT_EQ(trusses(200, {0}, {150}).code, 200);
 
-  // A clean batch after a failing one writes 0 to its own entries and leaves
-  // the call's code alone; sound elements of the failing batch keep the
-  // caller's codes, and a failed one-point element keeps the largest float.
-  const sti_test::Result r = trusses(300, {3}, {});
-  EXPECT_EQ(r.code, 200);
-  EXPECT_EQ(r.element_code[3], 200);
-  EXPECT_EQ(sti_test::bits(r.dt[3]), 0x7F7FFFFFu);
-  EXPECT_EQ(r.element_code[2], kUntouchedCode);
-  EXPECT_LE(sti_test::ulp_distance(r.dt[2], static_cast<float>(1.0 / std::sqrt(200.0))), 1);
-  EXPECT_EQ(r.element_code[200], 0);
+  // A failed one-point element keeps the largest float. (What a failing batch
+  // does to its sound elements and to a clean batch after it is an invariant
+  // of every name.)
+  EXPECT_EQ(sti_test::bits(trusses(300, {3}, {}).dt[3]), 0x7F7FFFFFu);
 
   // Each element reads its own thickness, in every batch; a null thickness is 1.
   Call shells = sti_test::well_shaped_call("S4R", 200);

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -34,15 +33,16 @@ Mesh moved(const Family& row, unsigned seed) {
   const float shift = 0.25f * static_cast<float>(seed);
   switch (row.motion) {
     case Motion::kPlanar:
-      return sti_test::moved(row.element, sti_test::rotation_about_z(0.7 * seed), {shift, -shift, 0});
+      return sti_test::moved(row.element, sti_test::rotation({0, 0, 1}, 0.7 * seed), {shift, -shift, 0});
     case Motion::kAxial:  // only a shift along the axis keeps a ring a ring
-      return sti_test::moved(row.element, sti_test::rotation_about_z(0.0), {0, shift, 0});
+      return sti_test::moved(row.element, sti_test::rotation({0, 0, 1}, 0.0), {0, shift, 0});
     case Motion::kSolid:
       break;
   }
-  // Surfaces lie near +Z: keep their normals well outside the tie-break cone about X.
+  // Axes and angles spread by the seed. Surfaces lie near +Z: keep their
+  // normals well outside the tie-break cone about X.
   for (unsigned s = seed;; s += 100) {
-    const auto r = sti_test::random_rotation(s);
+    const auto r = sti_test::rotation({std::sin(1.3 * s), std::cos(2.9 * s), 0.6}, 0.8 + 0.65 * s);
     if (std::fabs(r[0][2]) <= 0.8f) return sti_test::moved(row.element, r, {shift, -2.0f * shift, 0.5f});
   }
 }

@@ -21,9 +21,6 @@ using sti_test::single_element;
 using sti_test::ulp_distance;
 using P3 = std::array<float, 3>;
 
-const double kInvSqrt6 = 1.0 / std::sqrt(6.0);
-const double kInvSqrt3 = 1.0 / std::sqrt(3.0);
-
 Call element(const char* name, const std::vector<P3>& nodes, std::vector<float> props = {200, 0.3f}) {
   Call c;
   c.name = name;
@@ -134,9 +131,9 @@ TEST(WorkedIncrements, Beams) {
   EXPECT_EQ(bits(dt_of(element("B32", {{0, 0, 0}, {0, 1, 0}, {0, 2, 0}}, {4, 0}))),
             bits(straight * scale));
   // Middle node at 1/4 of the span 2: J = g + 1, the smaller at g = -1/sqrt(3).
-  const double l = 2 * (1 - kInvSqrt3);
+  const double l = 2 * (1 - 1 / std::sqrt(3.0));
   const float curved = dt_of(element("B22", {{0, 0, 0}, {0.5f, 0, 0}, {2, 0, 0}}, {1, 0}));
-  EXPECT_LE(ulp_distance(curved, static_cast<float>(l * kInvSqrt6)), 8);
+  EXPECT_LE(ulp_distance(curved, static_cast<float>(l / std::sqrt(6.0))), 8);
 }
 
 // Unit shapes, E = 200, nu = 0.3, unit density, no damping: dt = sqrt(l m / M)
@@ -228,9 +225,7 @@ TEST(WorkedIncrements, ContinuumAndShellUnitShapes) {
 // at each corner point; without cohesive_params, or with a first parameter of
 // 0, the opening is measured, with a positive one the thickness is given.
 TEST(WorkedIncrements, Cohesive) {
-  const std::vector<P3> unit_stack = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0},
-                                      {0, 0, 1}, {1, 0, 1}, {1, 1, 1}, {0, 1, 1}};
-  EXPECT_NEAR(dt_of(element("COH3D8", unit_stack)) / std::sqrt(4.0 / 3 * 0.25 / kWave), 1.0, 2e-6);
+  EXPECT_NEAR(dt_of(element("COH3D8", kCube)) / std::sqrt(4.0 / 3 * 0.25 / kWave), 1.0, 2e-6);
   const std::vector<P3> stack = {{0, 0, 0}, {1.2f, 0.1f, 0}, {1.1f, 0.9f, 0.05f}, {0.1f, 1, 0},
                                  {0.05f, 0.02f, 0.3f}, {1.25f, 0.12f, 0.3f},
                                  {1.15f, 0.92f, 0.35f}, {0.15f, 1.02f, 0.3f}};

@@ -4,8 +4,8 @@
 // node count and section rules of fewer than one point.
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -70,29 +70,21 @@ const float kTrussDt = static_cast<float>(1.0 / std::sqrt(200.0));
 
 TEST(Driver, CoordinateStrideOtherThanThree) {
   // The gathers read node n at (n - 1) * coord_stride: NaNs between the nodes
-  // must never reach a result, and the results equal those at stride 3.
+  // must never reach a result, a planar element needs only two floats per
+  // node, and the results equal those at stride 3.
   for (const char* name : {"T3D2", "CPE4R", "C3D8R", "C3D10M", "S4R", "SC8R", "COH3D8"}) {
     Batch b = two_of(name);
     const Outcome three = run_batch(b);
-    b.coord_stride = 5;
-    const Outcome five = run_batch(b);
     EXPECT_EQ(three.call_status, 0) << name;
-    EXPECT_EQ(five.call_status, 0) << name;
-    for (size_t e = 0; e < 2; ++e) {
-      EXPECT_TRUE(std::isfinite(three.dt[e])) << name;
-      EXPECT_EQ(bits(five.dt[e]), bits(three.dt[e])) << name << " element " << e;
+    for (int stride : {5, name == std::string("CPE4R") ? 2 : 5}) {
+      b.coord_stride = stride;
+      const Outcome other = run_batch(b);
+      for (size_t e = 0; e < 2; ++e) {
+        EXPECT_TRUE(std::isfinite(three.dt[e])) << name;
+        EXPECT_EQ(bits(other.dt[e]), bits(three.dt[e])) << name << " stride " << stride << ' ' << e;
+      }
     }
   }
-  // A planar element needs only two floats per node.
-  Batch plane = two_of("CPE4R");
-  const Outcome three = run_batch(plane);
-  plane.coord_stride = 2;
-  const Outcome two = run_batch(plane);
-  EXPECT_EQ(bits(two.dt[1]), bits(three.dt[1]));
-  // And the worked value of the truss, read at stride 5.
-  Batch truss = unit_truss();
-  truss.coord_stride = 5;
-  EXPECT_LE(sti_test::ulp_distance(run_batch(truss).dt[0], kTrussDt), 1);
 }
 
 TEST(Driver, UnitScaleScalesTheModulusOfNonLineElements) {
@@ -105,66 +97,52 @@ TEST(Driver, UnitScaleScalesTheModulusOfNonLineElements) {
   plane.unit_scale = 4.0f;
   const Outcome four = run_batch(plane);
   for (size_t e = 0; e < 2; ++e) EXPECT_EQ(bits(four.dt[e]), bits(one.dt[e] / 2.0f)) << e;
-
   Batch truss = unit_truss();
   truss.unit_scale = 4.0f;
   EXPECT_LE(sti_test::ulp_distance(run_batch(truss).dt[0], kTrussDt), 1);
 }
 
-TEST(Driver, SectionsRunInTurn) {
+TEST(Driver, SectionsRunInTurnAndUnknownCodesFail) {
   // The truss once more. Code 119 reads mu = props[1] = 0.3 and D = props[5]
   // = 0, incompressible: K = 20 mu, 2G = 0.6, 3K = 18, wave modulus
   // (18 + 1.2) / 3 = 6.4 and x = 1/sqrt(6.4), far above the 1/sqrt(200) of
-  // code 100, which reads E = props[0] = 200.
-  Batch b = unit_truss();
-  b.props = {200.0f, 0.3f, 0.0f, 0.0f, 0.0f, 0.0f};
-  b.material_code = {119};
-  EXPECT_NEAR(run_batch(b).dt[0], 1.0 / std::sqrt(6.4), 1e-6);
-
-  // Two sections: the second computes too, and the smaller increment wins.
-  b.material_code = {119, 100};
-  b.section_skip = {0, 0};
-  Outcome o = run_batch(b);
-  EXPECT_EQ(o.call_status, 0);
-  EXPECT_LE(sti_test::ulp_distance(o.dt[0], kTrussDt), 1);
-
-  // An unknown code in the second section fails every element (8); the
-  // increment of the first section stays.
-  b.material_code = {100, 104};
-  o = run_batch(b);
-  EXPECT_EQ(o.call_status, 8);
-  EXPECT_EQ(o.status, (std::vector<int>{8, 8}));
-  EXPECT_LE(sti_test::ulp_distance(o.dt[0], kTrussDt), 1);
-
-  // A skipped second section runs no geometry and sets no status; the moduli
-  // and increment of the same geometry run again and change nothing.
-  b.material_code = {100, 100};
-  b.section_skip = {0, 1};
-  o = run_batch(b);
-  EXPECT_EQ(o.call_status, 0);
-  EXPECT_LE(sti_test::ulp_distance(o.dt[0], kTrussDt), 1);
-
-  // A skipped first section fails every element (5) before the first
-  // increment; the second point's unset value, a tenth of the largest float,
-  // is all the minimum gets.
-  b.section_skip = {1, 0};
-  o = run_batch(b);
-  EXPECT_EQ(o.call_status, 5);
-  EXPECT_EQ(o.status, (std::vector<int>{5, 5}));
-  for (float dt : o.dt) EXPECT_EQ(bits(dt), 0x7DCCCCCCu);
-}
-
-TEST(Driver, UnknownMaterialCodeFailsTheBatchWithoutAnIncrement) {
-  // A plane-stress type, whose increment loop reads 2G and 3K of every
-  // element: with no moduli written, every element fails with 8 and keeps
-  // the largest float.
-  for (int code : {104, 0, -1}) {
-    Batch b = two_of("CPS4R");
-    b.material_code = {code};
-    const Outcome o = run_batch(b);
-    EXPECT_EQ(o.call_status, 8) << code;
-    EXPECT_EQ(o.status, (std::vector<int>{8, 8})) << code;
-    for (float dt : o.dt) EXPECT_EQ(bits(dt), 0x7F7FFFFFu) << code;
+  // code 100, which reads E = props[0] = 200. With two sections the second
+  // computes too and the smaller increment wins; an unknown code in the second
+  // fails every element (8) and the first's increment stays; a skipped second
+  // section runs no geometry and sets no status, and the moduli and increment
+  // of the same geometry run again change nothing. A skipped first section
+  // fails every element (5) before the first increment: the second point's
+  // unset value, a tenth of the largest float, is all the minimum gets. Last,
+  // a plane-stress type, whose increment loop reads 2G and 3K of every
+  // element: with no moduli written for an unknown code, every element fails
+  // with 8 and keeps the largest float.
+  const float tenth = std::bit_cast<float>(0x7DCCCCCCu), largest = std::bit_cast<float>(0x7F7FFFFFu);
+  struct Case {
+    Batch batch;
+    std::vector<int> codes, skip;
+    int status;
+    float dt;
+    int ulps;
+  } cases[] = {{unit_truss(), {119}, {0}, 0, static_cast<float>(1.0 / std::sqrt(6.4)), 32},
+               {unit_truss(), {119, 100}, {0, 0}, 0, kTrussDt, 1},
+               {unit_truss(), {100, 104}, {0, 0}, 8, kTrussDt, 1},
+               {unit_truss(), {100, 100}, {0, 1}, 0, kTrussDt, 1},
+               {unit_truss(), {100, 100}, {1, 0}, 5, tenth, 0},
+               {two_of("CPS4R"), {104}, {0}, 8, largest, 0},
+               {two_of("CPS4R"), {0}, {0}, 8, largest, 0},
+               {two_of("CPS4R"), {-1}, {0}, 8, largest, 0}};
+  for (Case& c : cases) {
+    c.batch.props = {200.0f, 0.3f, 0.0f, 0.0f, 0.0f, 0.0f};
+    c.batch.material_code = c.codes;
+    c.batch.section_skip = c.skip;
+    const Outcome o = run_batch(c.batch);
+    const std::string what = c.batch.name + " " + std::to_string(c.codes.back()) + std::to_string(c.skip[0]);
+    EXPECT_EQ(o.call_status, c.status) << what;
+    EXPECT_EQ(o.status, std::vector<int>(2, c.status)) << what;
+    EXPECT_LE(sti_test::ulp_distance(o.dt[0], c.dt), c.ulps) << what;
+    if (c.ulps == 0) {
+      EXPECT_EQ(bits(o.dt[1]), bits(c.dt)) << what;
+    }
   }
 }
 
@@ -182,12 +160,13 @@ TEST(Classification, PresetGeometryCountThatDiffersIsExpanded) {
       for (int e = 0; e < n; ++e) connectivity[static_cast<size_t>(e + n * k)] = 100 * (k + 1) + e;
     sti_ele_type(&n, &nodes, &geom, &ndim, &points, &id, &u, &ps, &ua, &shape, &cls,
                  connectivity.data(), expanded.data(), status.data(), &freq, &dt_scale, &b1, tri);
-    const std::vector<int> want =
-        preset == 5 ? std::vector<int>{100, 101, 200, 201, 300, 301, 100, 101, -1, -1}
-                    : std::vector<int>{100, 101, 200, 201, 300, 301, 100, 101,
-                                       400, 401, 500, 501, 600, 601, 400, 401};
+    // Expanded position k holds stored node order[k] of each element.
+    const int order[] = {1, 2, 3, 1, 4, 5, 6, 4};
+    std::vector<int> want(16, -1);
+    for (int k = 0; k < 4 * (preset - 4); ++k)
+      for (int e = 0; e < n; ++e) want[static_cast<size_t>(e + n * k)] = 100 * order[k] + e;
     EXPECT_EQ(geom, preset);
-    EXPECT_EQ(std::vector<int>(expanded.begin(), expanded.begin() + static_cast<long>(want.size())), want);
+    EXPECT_EQ(expanded, want);
   }
 }
 
@@ -212,11 +191,9 @@ TEST(SectionRule, CountsBelowOne) {
     EXPECT_NEAR(gauss.p[0], 0.25 - 0.9491079123, 1e-6) << count;
     EXPECT_EQ(gauss.p[3], 0.25f);
     EXPECT_NEAR(gauss.p[6], 0.25 + 0.9491079123, 1e-6);
-    float sum = 0.0f;
-    for (int i = 0; i < 7; ++i) sum += gauss.w[static_cast<size_t>(i)];
-    EXPECT_NEAR(sum, 2.0f, 1e-6f);
-    EXPECT_EQ(gauss.p[7], -9.0f);
-    EXPECT_EQ(gauss.w[7], -9.0f);
+    EXPECT_NEAR(gauss.w[0] + gauss.w[1] + gauss.w[2] + gauss.w[3] + gauss.w[4] + gauss.w[5] + gauss.w[6],
+                2.0f, 1e-6f);
+    EXPECT_EQ(gauss.p[7] + gauss.w[7], -18.0f);
     // Trapezoid: its last point would lie before the arrays; nothing is written.
     const auto trapezoid = rule(3, 0.0f, 1.0f);
     EXPECT_EQ(trapezoid.p, std::vector<float>(8, -9.0f)) << count;

@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <limits>
-#include <random>
 #include <stdexcept>
 
 #include "stabletime/stabletime.h"
@@ -28,10 +27,6 @@ Mesh single_element(const std::vector<std::array<float, 3>>& points) {
   return m;
 }
 
-Mesh repeated(const Mesh& one, int copies) {
-  return joined(std::vector<Mesh>(static_cast<size_t>(copies), one));
-}
-
 Mesh joined(const std::vector<Mesh>& parts) {
   Mesh m;
   for (const Mesh& p : parts) {
@@ -45,28 +40,18 @@ Mesh joined(const std::vector<Mesh>& parts) {
   return m;
 }
 
-Matrix3 random_rotation(unsigned seed) {
-  // Unit quaternion from three uniform numbers.
-  std::mt19937 gen(seed);
-  std::uniform_real_distribution<double> u(0.0, 1.0);
-  const double u1 = u(gen), u2 = u(gen), u3 = u(gen);
-  const double pi = 3.14159265358979323846;
-  const double a = std::sqrt(1 - u1) * std::sin(2 * pi * u2);
-  const double b = std::sqrt(1 - u1) * std::cos(2 * pi * u2);
-  const double c = std::sqrt(u1) * std::sin(2 * pi * u3);
-  const double d = std::sqrt(u1) * std::cos(2 * pi * u3);
-  const double r[3][3] = {{1 - 2 * (c * c + d * d), 2 * (b * c - a * d), 2 * (b * d + a * c)},
-                          {2 * (b * c + a * d), 1 - 2 * (b * b + d * d), 2 * (c * d - a * b)},
-                          {2 * (b * d - a * c), 2 * (c * d + a * b), 1 - 2 * (b * b + c * c)}};
+Matrix3 rotation(std::array<double, 3> axis, double angle) {
+  // Rodrigues: cos(a) I + sin(a) [k]x + (1 - cos(a)) k k^T for the unit axis k.
+  const double norm = std::sqrt(axis[0] * axis[0] + axis[1] * axis[1] + axis[2] * axis[2]);
+  for (double& v : axis) v /= norm;
+  const double c = std::cos(angle), s = std::sin(angle);
   Matrix3 m{};
   for (int i = 0; i < 3; ++i)
-    for (int j = 0; j < 3; ++j) m[i][j] = static_cast<float>(r[i][j]);
+    for (int j = 0; j < 3; ++j) {
+      const double cross = i == j ? 0.0 : (j == (i + 1) % 3 ? -1 : 1) * axis[3 - i - j];
+      m[i][j] = static_cast<float>((i == j ? c : 0.0) + s * cross + (1 - c) * axis[i] * axis[j]);
+    }
   return m;
-}
-
-Matrix3 rotation_about_z(double angle) {
-  const float c = static_cast<float>(std::cos(angle)), s = static_cast<float>(std::sin(angle));
-  return Matrix3{{{c, -s, 0.0f}, {s, c, 0.0f}, {0.0f, 0.0f, 1.0f}}};
 }
 
 Mesh moved(const Mesh& mesh, const Matrix3& r, std::array<float, 3> t) {

@@ -31,16 +31,12 @@ struct Mesh {
 
 // One element from its node coordinates, given as {x, y, z} triples.
 Mesh single_element(const std::vector<std::array<float, 3>>& points);
-// The same element repeated `copies` times, each copy with nodes of its own.
-Mesh repeated(const Mesh& one, int copies);
 // Concatenation of meshes of the same type.
 Mesh joined(const std::vector<Mesh>& parts);
 
 using Matrix3 = std::array<std::array<float, 3>, 3>;
-// A proper rotation drawn from a seeded generator, in double then rounded.
-Matrix3 random_rotation(unsigned seed);
-// Rotation by angle (radians) about the z axis, for planar elements.
-Matrix3 rotation_about_z(double angle);
+// Rotation by angle (radians) about an axis of any length, in double then rounded.
+Matrix3 rotation(std::array<double, 3> axis, double angle);
 Mesh moved(const Mesh& mesh, const Matrix3& rotation, std::array<float, 3> translation);
 Mesh scaled(const Mesh& mesh, float factor);
 

@@ -1,8 +1,12 @@
-// The solid cohesive operator at a corner of a sheared unit-square stack: its
-// sums of squares are added in the order their terms are enumerated.
+// Element operators called directly on what no element name hands them: the
+// hexahedron's pad on a collapsed element, joined after its sum of squares;
+// the fully integrated membrane on a triangle stored as a quadrilateral, its
+// fourth node on its first; and the solid cohesive sums of squares at a corner
+// of a sheared unit-square stack, added in the order their terms are enumerated.
 #include <gtest/gtest.h>
 
 #include <initializer_list>
+#include <numeric>
 
 #include "stabletime/pipeline.h"
 #include "support/call.hpp"
@@ -11,11 +15,48 @@ namespace {
 
 using sti_test::bits;
 
-float sum(std::initializer_list<float> terms) {
-  float s = 0.0f;
-  for (float t : terms) s += t;
-  return s;
+TEST(Hexahedron, PadJoinsTheSumOfSquaresLast) {
+  // A flat square of side 1/32, corners 5 to 8 on corners 1 to 4: volume 0,
+  // status 1, pad 1. Only the z gradient survives, (1/32)^2 / 4 = 2^-12 in
+  // size at every corner, so the 24 squares sum to 8 * 2^-24 = 2^-21 exactly
+  // and S = 1 + 2^-21. Added to the pad one at a time, each 2^-24 is lost.
+  const float s = 1.0f / 32.0f;
+  const float sq[4][3] = {{0, 0, 0}, {s, 0, 0}, {s, s, 0}, {0, s, 0}};
+  float coords[24];  // node k component c at k + 8 c
+  for (int k = 0; k < 8; ++k)
+    for (int c = 0; c < 3; ++c) coords[k + 8 * c] = sq[k % 4][c];
+  const int n = 1;
+  int status = 0;
+  float work_a = -1.0f, work_b = -1.0f, mass = -1.0f, lsq = -1.0f;
+  const float density = 1.0f;
+  sti_ope_c3dh8geom(&n, &status, coords, &work_a, &work_b, &mass, &density, &lsq);
+  EXPECT_EQ(status, 1);
+  EXPECT_EQ(bits(work_a), bits(1.0f));
+  EXPECT_EQ(bits(lsq), bits(0.5f / (1.0f + 0x1p-21f)));
 }
+
+TEST(FullMembrane, StoredTriangleMergesTheGradientsOfItsFirstAndLastNodes) {
+  // The merged shape functions N1 + N4, N2, N3 reproduce linear fields, so at
+  // every Gauss point they have the constant gradients of the linear triangle:
+  // (-1, -1), (1, 0), (0, 1) for the right triangle (0, 0), (1, 0), (0, 1).
+  // Their squares sum to 4, so lsq * mass = thickness * density / 4.
+  const int n = 1, kind = 2, family = 2, nodes = 4, points = 4;
+  float rule_n[16] = {}, dn1[16] = {}, dn2[16] = {}, w[4] = {};
+  sti_ope_fullintegrule(&kind, &family, &nodes, &points, rule_n, dn1, dn2, w);
+  const float local[8] = {0, 1, 0, 0, 0, 0, 1, 0};  // node k component c at k + 4 c
+  const float stored_triangle = 1.0f, thickness = 1.0f, density = 1.0f;
+  for (int point = 1; point <= points; ++point) {
+    int status = 0;
+    float work_a = 0.0f, work_b = 0.0f, mass = -1.0f, lsq = -1.0f;
+    sti_ope_m3d4geom(&n, &status, &point, &points, &stored_triangle, dn1, dn2, local, &work_a,
+                     &work_b, &mass, &thickness, &density, &lsq);
+    EXPECT_EQ(status, 0) << point;
+    EXPECT_NEAR(lsq * mass, 0.25f, 1e-6f) << point;
+  }
+}
+
+// Left to right, in float.
+float sum(std::initializer_list<float> terms) { return std::accumulate(terms.begin(), terms.end(), 0.0f); }
 
 TEST(SolidCohesive, SumsOfSquaresFollowTheirEnumeration) {
   // Half-thickness D = (dx, 0, dz) at every point of the unit square, corner
