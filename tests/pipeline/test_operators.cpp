@@ -2,7 +2,8 @@
 // hexahedron's pad on a collapsed element, joined after its sum of squares;
 // the fully integrated membrane on a triangle stored as a quadrilateral, its
 // fourth node on its first; and the solid cohesive sums of squares at a corner
-// of a sheared unit-square stack, added in the order their terms are enumerated.
+// of a sheared unit-square stack, added in the order their terms are enumerated;
+// the four-node rotation, which only its exported operator reaches.
 #include <gtest/gtest.h>
 
 #include <initializer_list>
@@ -100,6 +101,29 @@ TEST(SolidCohesive, SumsOfSquaresFollowTheirEnumeration) {
   EXPECT_NE(bits(lsq), bits(lsq_of(s_s + s_n_by_face)));
   EXPECT_NE(bits(lsq), bits(lsq_of(s_s_by_face + s_n)));
   EXPECT_NE(bits(lsq), bits(lsq_of(s_s_faces_out + s_n)));
+}
+
+TEST(FourNodeRotation, PermutingFrameGivesPermutedComponentsPerElement) {
+  // Element 0 has the axes s = Y, t = Z, n = X, so its local components are
+  // (y, z, x); element 1 the global axes. Integer components keep every
+  // product exact. Layout: node k component c of element e at e + n (k + 4 c);
+  // frame component c of axis a at e + n (c + 3 a).
+  const int n = 2;
+  float vectors[2 * 4 * 3], local[2 * 4 * 3], frame[2 * 9] = {};
+  for (int e = 0; e < n; ++e)
+    for (int k = 0; k < 4; ++k)
+      for (int c = 0; c < 3; ++c) vectors[e + n * (k + 4 * c)] = 100.0f * e + 10.0f * k + c + 1;
+  const int axes0[3] = {1, 2, 0};  // global component of axis a of element 0
+  for (int a = 0; a < 3; ++a) {
+    frame[0 + n * (axes0[a] + 3 * a)] = 1.0f;
+    frame[1 + n * (a + 3 * a)] = 1.0f;
+  }
+  sti_ope_m3dq4rot(&n, vectors, local, frame);
+  for (int k = 0; k < 4; ++k)
+    for (int a = 0; a < 3; ++a) {
+      EXPECT_EQ(local[0 + n * (k + 4 * a)], 10.0f * k + axes0[a] + 1) << k << a;
+      EXPECT_EQ(local[1 + n * (k + 4 * a)], 100.0f + 10.0f * k + a + 1) << k << a;
+    }
 }
 
 }  // namespace
