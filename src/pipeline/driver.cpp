@@ -87,15 +87,21 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
   //    a NaN density passes. A line element (section-scaled moduli, the bar
   //    wave, no frequency data, no triangles) reads neither the frequency
   //    columns, the triangle flags nor 2G and 3K, so those stay unset there.
+  //    A beam's measure writes the length term and the mass of every element.
   const bool line_element =
       type != nullptr && (type->flags & kU) != 0 && (type->flags & (kP | kF | kT)) == 0;
+  const bool beam = type != nullptr && type->elem_class == 3;
   for (int e = 0; e < n; ++e) {
     stable_time[e] = kLargestFloat;
     w.point_dt[e] = kUnsetPointDt;
-    w.element_mass[e] = 0.0f;
     w.wave_modulus[e] = 0.0f;
-    w.lsq[e] = 0.0f;
     elem_status[e] = 0.0f >= density[e] ? 6 : 0;
+  }
+  if (!beam) {
+    for (int e = 0; e < n; ++e) {
+      w.element_mass[e] = 0.0f;
+      w.lsq[e] = 0.0f;
+    }
   }
   if (!line_element) {
     for (int e = 0; e < n; ++e) {
