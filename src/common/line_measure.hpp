@@ -20,10 +20,9 @@ inline void two_node_line_measure(int n, int* elem_status, const float* coords,
       const float d = coords[at(n, 2, e, 1, c)] - coords[at(n, 2, e, 0, c)];
       sum = c == 0 ? d * d : sum + d * d;
     }
-    lsq[e] = std::sqrt(sum);
-  }
-  for (int e = 0; e < n; ++e) {
-    const float v = max_of(0.0f, section_area * lsq[e]);
+    const float length = std::sqrt(sum);
+    lsq[e] = length;
+    const float v = max_of(0.0f, section_area * length);
     elem_status[e] = v == 0.0f ? 1 : elem_status[e];
     element_mass[e] = v * density[e];
   }

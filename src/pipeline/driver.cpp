@@ -79,32 +79,48 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
                const float* STI_RESTRICT material_props) {
   BatchWork w;
 
+  // The type's row; classification below fails the batch of an id that has
+  // none.
+  const ElementType* type = find_type(elem_type_id);
+
   // 1. Initial state; a density that does not compare above zero is status 6,
-  //    a NaN density passes.
+  //    a NaN density passes. A line element (section-scaled moduli, the bar
+  //    wave, no frequency data, no triangles) reads neither the frequency
+  //    columns, the triangle flags nor 2G and 3K, so those stay unset there.
+  //    A beam's measure writes the length term and the mass of every element.
+  const bool line_element =
+      type != nullptr && (type->flags & kU) != 0 && (type->flags & (kP | kF | kT)) == 0;
+  const bool beam = type != nullptr && type->elem_class == 3;
   for (int e = 0; e < n; ++e) {
     stable_time[e] = kLargestFloat;
     w.point_dt[e] = kUnsetPointDt;
-    w.freq[e] = 0.0f;
-    w.freq[n + e] = 0.0f;
-    w.tri_flag[e] = 0.0f;
-    w.element_mass[e] = 0.0f;
     w.wave_modulus[e] = 0.0f;
-    w.lsq[e] = 0.0f;
-    // The moduli stage leaves 2G and 3K unwritten for an unknown material
-    // code (and for a modulus tensor); the increment stage may still read
-    // them for failed elements before discarding what it computed.
-    w.two_g[e] = 0.0f;
-    w.three_k[e] = 0.0f;
     elem_status[e] = 0.0f >= density[e] ? 6 : 0;
+  }
+  if (!beam) {
+    for (int e = 0; e < n; ++e) {
+      w.element_mass[e] = 0.0f;
+      w.lsq[e] = 0.0f;
+    }
+  }
+  if (!line_element) {
+    for (int e = 0; e < n; ++e) {
+      w.freq[e] = 0.0f;
+      w.freq[n + e] = 0.0f;
+      w.tri_flag[e] = 0.0f;
+      // The moduli stage leaves 2G and 3K unwritten for an unknown material
+      // code (and for a modulus tensor); the increment stage may still read
+      // them for failed elements before discarding what it computed.
+      w.two_g[e] = 0.0f;
+      w.three_k[e] = 0.0f;
+    }
   }
 
   // 2. Cohesive switches.
   const int coh_flag = cohesive_params[0] > 0.0f ? 1 : 0;
   const float coh_value = cohesive_params[1];
 
-  // 3. Integration table request, from the type's row (classification below
-  //    fails the batch of an id that has none).
-  const ElementType* type = find_type(elem_type_id);
+  // 3. Integration table request, from the type's row.
   const int rule_family = 2;
   const int rule_kind = type ? type->rule_kind : 0;
   const int rule_nodes = type && type->rule_nodes != 0 ? type->rule_nodes : node_count;
