@@ -12,10 +12,16 @@
 namespace sti::material {
 namespace {
 
-// Damping reduction of the undamped increment x.
-inline float damped(float x, float bulk_b1, float a, float beta) {
+// Damping reduction of the undamped increment x. Without Limit it takes the
+// root form for every damping and raises `large` where the limit form was due,
+// so that a batch pays the limit's division only when one of its elements
+// needs it (the caller then runs the batch again with Limit).
+template <bool Limit>
+inline float damped(float x, float bulk_b1, float a, float beta, int& large) {
   const float xi = bulk_b1 + a * x + beta / x;
-  return x * damping_reduction(xi);
+  if constexpr (Limit) return x * damping_reduction(xi);
+  large |= xi >= kLargeDamping ? 1 : 0;
+  return x * (std::sqrt(1.0f + xi * xi) - xi);
 }
 
 // Undamped increment with the plane-stress modulus. Without the frequency
@@ -46,18 +52,49 @@ inline float plane_stress_increment(float g2, float k3, float m, float l, float 
   return std::sqrt(l * m / p);
 }
 
-template <bool WithFreq, bool Bound>
-void plane_stress_loop(int n, const int* elem_status, float bulk_b1, float a, float beta,
-                       const float* lsq, const float* freq_a, const float* freq_b,
-                       const float* two_g, const float* three_k, const float* element_mass,
-                       float* dt_out) {
+// Returns whether an element needed the large-damping limit (Limit false).
+template <bool WithFreq, bool Bound, bool Limit>
+int plane_stress_loop(int n, const int* STI_RESTRICT elem_status, float bulk_b1, float a,
+                      float beta, const float* STI_RESTRICT lsq, const float* STI_RESTRICT freq_a,
+                      const float* STI_RESTRICT freq_b, const float* STI_RESTRICT two_g,
+                      const float* STI_RESTRICT three_k, const float* STI_RESTRICT element_mass,
+                      float* STI_RESTRICT dt_out) {
+  int large = 0;
   for (int e = 0; e < n; ++e) {
     const float x = plane_stress_increment<WithFreq, Bound>(two_g[e], three_k[e],
                                                             element_mass[e], lsq[e], freq_a[e],
                                                             freq_b[e]);
-    const float dt = damped(x, bulk_b1, a, beta);
+    const float dt = damped<Limit>(x, bulk_b1, a, beta, large);
     dt_out[e] = elem_status[e] == 0 ? dt : dt_out[e];  // a failed element keeps its entry
   }
+  return large;
+}
+
+template <bool WithFreq, bool Bound>
+void plane_stress(int n, const int* elem_status, float bulk_b1, float a, float beta,
+                  const float* lsq, const float* freq_a, const float* freq_b, const float* two_g,
+                  const float* three_k, const float* element_mass, float* dt_out) {
+  if (plane_stress_loop<WithFreq, Bound, false>(n, elem_status, bulk_b1, a, beta, lsq, freq_a,
+                                                freq_b, two_g, three_k, element_mass, dt_out))
+    plane_stress_loop<WithFreq, Bound, true>(n, elem_status, bulk_b1, a, beta, lsq, freq_a,
+                                             freq_b, two_g, three_k, element_mass, dt_out);
+}
+
+// The wave-modulus increment, the length term raised by the frequency bound
+// where `bound`; the return as for plane_stress_loop.
+template <bool Limit>
+int wave_loop(int n, const int* STI_RESTRICT elem_status, bool bound, float bulk_b1, float a,
+              float beta, const float* STI_RESTRICT lsq, const float* STI_RESTRICT freq_a,
+              const float* STI_RESTRICT wave_modulus, const float* STI_RESTRICT element_mass,
+              float* STI_RESTRICT dt_out) {
+  int large = 0;
+  for (int e = 0; e < n; ++e) {
+    const float l = bound ? max_of(lsq[e], freq_a[e]) : lsq[e];
+    const float x = std::sqrt(std::fabs(l * element_mass[e] / wave_modulus[e]));
+    const float dt = damped<Limit>(x, bulk_b1, a, beta, large);
+    dt_out[e] = elem_status[e] == 0 ? dt : dt_out[e];
+  }
+  return large;
 }
 
 }  // namespace
@@ -73,23 +110,21 @@ void element_dt(int n, int plane_stress_flag, const int* STI_RESTRICT elem_statu
   const float* freq_b = freq + n;
   if (plane_stress_flag != 0) {
     if (freq_flag == 0)
-      plane_stress_loop<false, false>(n, elem_status, bulk_b1, a, beta_damping, lsq, freq_a,
+      plane_stress<false, false>(n, elem_status, bulk_b1, a, beta_damping, lsq, freq_a,
                                       freq_b, two_g, three_k, element_mass, dt_out);
     else if (freq_flag == 1)
-      plane_stress_loop<true, true>(n, elem_status, bulk_b1, a, beta_damping, lsq, freq_a,
+      plane_stress<true, true>(n, elem_status, bulk_b1, a, beta_damping, lsq, freq_a,
                                     freq_b, two_g, three_k, element_mass, dt_out);
     else
-      plane_stress_loop<true, false>(n, elem_status, bulk_b1, a, beta_damping, lsq, freq_a,
+      plane_stress<true, false>(n, elem_status, bulk_b1, a, beta_damping, lsq, freq_a,
                                      freq_b, two_g, three_k, element_mass, dt_out);
     return;
   }
   const bool bound = freq_flag == 1;
-  for (int e = 0; e < n; ++e) {
-    const float l = bound ? max_of(lsq[e], freq_a[e]) : lsq[e];
-    const float x = std::sqrt(std::fabs(l * element_mass[e] / wave_modulus[e]));
-    const float dt = damped(x, bulk_b1, a, beta_damping);
-    dt_out[e] = elem_status[e] == 0 ? dt : dt_out[e];
-  }
+  if (wave_loop<false>(n, elem_status, bound, bulk_b1, a, beta_damping, lsq, freq_a, wave_modulus,
+                       element_mass, dt_out))
+    wave_loop<true>(n, elem_status, bound, bulk_b1, a, beta_damping, lsq, freq_a, wave_modulus,
+                    element_mass, dt_out);
 }
 
 }  // namespace sti::material
