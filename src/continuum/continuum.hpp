@@ -21,6 +21,17 @@ void plane_quadrilateral(int n, int* STI_RESTRICT elem_status, const float* STI_
                          const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
                          float* STI_RESTRICT lsq);
 
+// The same, writing the one-point quadrilateral's frequency terms (freq_a,
+// then freq_b at freq + n) from the same pass instead of the padded area and
+// its reciprocal.
+void plane_quadrilateral_frequency(int n, int* STI_RESTRICT elem_status,
+                                   const float* STI_RESTRICT tri_flag,
+                                   const float* STI_RESTRICT coords,
+                                   float* STI_RESTRICT element_mass,
+                                   const float* STI_RESTRICT thickness,
+                                   const float* STI_RESTRICT density, float* STI_RESTRICT lsq,
+                                   float* STI_RESTRICT freq);
+
 void axisymmetric_quadrilateral(int n, int* STI_RESTRICT elem_status,
                                 const float* STI_RESTRICT tri_flag,
                                 const float* STI_RESTRICT coords, float* STI_RESTRICT element_mass,

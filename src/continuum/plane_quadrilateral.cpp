@@ -7,6 +7,7 @@
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
 #include "continuum/continuum.hpp"
+#include "shell/shell.hpp"
 
 namespace sti::continuum {
 
@@ -14,11 +15,19 @@ namespace {
 inline constexpr float kTwentyFourth = std::bit_cast<float>(0x3D2AAAABu);  // 0.041666668
 }  // namespace
 
-void plane_quadrilateral(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT tri_flag,
-                         const float* STI_RESTRICT coords, float* STI_RESTRICT work_a,
-                         float* STI_RESTRICT work_b, float* STI_RESTRICT element_mass,
-                         const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
-                         float* STI_RESTRICT lsq) {
+namespace {
+// The measure loop. With Freq it writes the one-point quadrilateral's
+// frequency terms from the values it holds, in place of the padded area and
+// its reciprocal that a second pass would read. Not inlined, so that its
+// restrict columns freq_a and freq_b stay distinct.
+template <bool Freq>
+[[gnu::noinline]] void plane_quadrilateral_loop(int n, int* STI_RESTRICT elem_status,
+                                     const float* STI_RESTRICT tri_flag,
+                                     const float* STI_RESTRICT coords, float* STI_RESTRICT work_a,
+                                     float* STI_RESTRICT work_b, float* STI_RESTRICT element_mass,
+                                     const float* STI_RESTRICT thickness,
+                                     const float* STI_RESTRICT density, float* STI_RESTRICT lsq,
+                                     float* STI_RESTRICT freq_a, float* STI_RESTRICT freq_b) {
   for (int e = 0; e < n; ++e) {
     const float x1 = coords[at(n, 4, e, 0, 0)], y1 = coords[at(n, 4, e, 0, 1)];
     const float x2 = coords[at(n, 4, e, 1, 0)], y2 = coords[at(n, 4, e, 1, 1)];
@@ -30,8 +39,11 @@ void plane_quadrilateral(int n, int* STI_RESTRICT elem_status, const float* STI_
     const float area = max_of(0.5f * (a * c + b * d), 0.0f);  // a NaN clamps to 0
     const float p = area == 0.0f ? 1.0f : 0.0f;
     const float padded = area + p;
-    work_a[e] = padded;
-    work_b[e] = (1.0f - p) / padded;
+    const float inverse = (1.0f - p) / padded;
+    if constexpr (!Freq) {
+      work_a[e] = padded;
+      work_b[e] = inverse;
+    }
     // The thickness test comes after the area test and overwrites its status.
     int status = elem_status[e];
     status = area == 0.0f ? 2 : status;
@@ -43,7 +55,31 @@ void plane_quadrilateral(int n, int* STI_RESTRICT elem_status, const float* STI_
     const float u1 = c * 0.5f, u2 = b * -0.5f, u3 = d * 0.5f, u4 = a * 0.5f;
     const float s = p + u1 * u1 + u2 * u2 + u3 * u3 + u4 * u4 - f * (u1 * u3 + u2 * u4);
     lsq[e] = (kOneSixth * f + 0.5f) * padded / s;
+    if constexpr (Freq)
+      shell::one_point_frequency(four_corners(coords, n, e), padded, inverse, freq_a[e],
+                                 freq_b[e]);
   }
+}
+}  // namespace
+
+void plane_quadrilateral(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT tri_flag,
+                         const float* STI_RESTRICT coords, float* STI_RESTRICT work_a,
+                         float* STI_RESTRICT work_b, float* STI_RESTRICT element_mass,
+                         const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
+                         float* STI_RESTRICT lsq) {
+  plane_quadrilateral_loop<false>(n, elem_status, tri_flag, coords, work_a, work_b, element_mass,
+                                  thickness, density, lsq, nullptr, nullptr);
+}
+
+void plane_quadrilateral_frequency(int n, int* STI_RESTRICT elem_status,
+                                   const float* STI_RESTRICT tri_flag,
+                                   const float* STI_RESTRICT coords,
+                                   float* STI_RESTRICT element_mass,
+                                   const float* STI_RESTRICT thickness,
+                                   const float* STI_RESTRICT density, float* STI_RESTRICT lsq,
+                                   float* STI_RESTRICT freq) {
+  plane_quadrilateral_loop<true>(n, elem_status, tri_flag, coords, nullptr, nullptr, element_mass,
+                                 thickness, density, lsq, freq, freq + n);
 }
 
 void axisymmetric_quadrilateral(int n, int* STI_RESTRICT elem_status,

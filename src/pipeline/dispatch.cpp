@@ -81,17 +81,16 @@ void element_geometry(int n, int point_index, int run_point_count, int section_i
   const ElementType* type = find_type(elem_type_id);
   const Variant variant = type ? type->variant : Variant::kPlain;
 
-  const int not_full = 0;
   switch (shape_code) {
     case 0x2404:  // plane quadrilaterals and triangles
+      if (freq_flag == 1 && tri_flag[0] != 1.0f) {  // the bound in the measure pass
+        continuum::plane_quadrilateral_frequency(n, elem_status, tri_flag, coords_g,
+                                                 element_mass, thickness, density, lsq, freq);
+        break;
+      }
       continuum::plane_quadrilateral(n, elem_status, tri_flag, coords_g, w.work_a, w.work_b,
                                      element_mass, thickness, density, lsq);
-      if (freq_flag == 1) {
-        if (tri_flag[0] == 1.0f)
-          shell::triangle_frequency(n, coords_g, w.work_b, freq);
-        else
-          shell::quadrilateral_frequency(not_full, n, coords_g, w.work_a, w.work_b, freq);
-      }
+      if (freq_flag == 1) shell::triangle_frequency(n, coords_g, w.work_b, freq);
       break;
     case 0x6404:  // axisymmetric quadrilaterals and triangles
       continuum::axisymmetric_quadrilateral(n, elem_status, tri_flag, coords_g, element_mass,

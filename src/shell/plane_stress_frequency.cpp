@@ -14,7 +14,6 @@ namespace sti::shell {
 
 namespace {
 inline constexpr float kTriangleFactor = std::bit_cast<float>(0x3DC5F02Au);  // 0.09664948
-inline constexpr float kQuadFactor = std::bit_cast<float>(0x3E8B2164u);      // 0.27173913
 inline constexpr float kHeightFactor = std::bit_cast<float>(0x3F855555u);    // 1.0416666
 
 // Fully integrated quadrilateral: the first frequency term, from a minimum
@@ -82,21 +81,8 @@ void quadrilateral_frequency(int full_integration, int n, const float* STI_RESTR
     return;
   }
   // One-point integration: the bound from the edges and diagonals.
-  for (int e = 0; e < n; ++e) {
-    const Corners4 c = four_corners(coords, n, e);
-    const float l12 = squared_distance(c.x[0], c.y[0], c.x[1], c.y[1]);
-    const float l23 = squared_distance(c.x[1], c.y[1], c.x[2], c.y[2]);
-    const float l34 = squared_distance(c.x[2], c.y[2], c.x[3], c.y[3]);
-    const float l41 = squared_distance(c.x[3], c.y[3], c.x[0], c.y[0]);
-    const float d13 = squared_distance(c.x[0], c.y[0], c.x[2], c.y[2]);
-    const float d24 = squared_distance(c.x[1], c.y[1], c.x[3], c.y[3]);
-    const float p = l23 - l41, q = l12 - l34;
-    const float s = d13 + d24;
-    const float f = s >= kSmallestNormal ? 0.0f : 1.0f;
-    freq_a[e] = kQuadFactor * work_b[e] * ((q * q + p * p) * 0.5f * work_b[e] + s);
-    const float r = work_a[e] * 2.0f * (1.0f - f) / (s + f);
-    freq_b[e] = r * r;
-  }
+  for (int e = 0; e < n; ++e)
+    one_point_frequency(four_corners(coords, n, e), work_a[e], work_b[e], freq_a[e], freq_b[e]);
 }
 
 }  // namespace sti::shell

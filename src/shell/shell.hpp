@@ -33,6 +33,26 @@ void axisymmetric_shell(int n, int* STI_RESTRICT elem_status, const float* STI_R
                         const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
                         float* STI_RESTRICT lsq);
 
+// Terms of the one-point quadrilateral's frequency bound, from the edges and
+// diagonals, for the padded area `padded` and its reciprocal `inverse` (zero
+// for a collapsed element). Inline so that the plane measure loop can fuse it.
+inline void one_point_frequency(const Corners4& c, float padded, float inverse, float& freq_a,
+                                float& freq_b) {
+  constexpr float kQuadFactor = std::bit_cast<float>(0x3E8B2164u);  // 0.27173913
+  const float l12 = squared_distance(c.x[0], c.y[0], c.x[1], c.y[1]);
+  const float l23 = squared_distance(c.x[1], c.y[1], c.x[2], c.y[2]);
+  const float l34 = squared_distance(c.x[2], c.y[2], c.x[3], c.y[3]);
+  const float l41 = squared_distance(c.x[3], c.y[3], c.x[0], c.y[0]);
+  const float d13 = squared_distance(c.x[0], c.y[0], c.x[2], c.y[2]);
+  const float d24 = squared_distance(c.x[1], c.y[1], c.x[3], c.y[3]);
+  const float p = l23 - l41, q = l12 - l34;
+  const float s = d13 + d24;
+  const float f = s >= kSmallestNormal ? 0.0f : 1.0f;
+  freq_a = kQuadFactor * inverse * ((q * q + p * p) * 0.5f * inverse + s);
+  const float r = padded * 2.0f * (1.0f - f) / (s + f);
+  freq_b = r * r;
+}
+
 void triangle_frequency(int n, const float* STI_RESTRICT coords, const float* STI_RESTRICT work_b,
                         float* STI_RESTRICT freq);
 
