@@ -210,24 +210,40 @@ def msh41_binary_entities(f, entity_groups):
                 f.read(4 * struct.unpack("<Q", f.read(8))[0])
 
 
+def msh41_sections(f, names, entity_groups):
+    """Walks a binary Gmsh 4.1 file from its header on: reads $PhysicalNames
+    into names and $Entities into entity_groups, refuses partitioned and
+    periodic files, skips the sections no reader here uses, and yields
+    b"$Nodes" and b"$Elements" with f at their first line for the caller."""
+    msh41_binary_header(f)
+    for line in iter(f.readline, b""):
+        section = line.strip()
+        if section == b"$PhysicalNames":
+            msh41_physical_names(f, names)
+        elif section == b"$Entities":
+            msh41_binary_entities(f, entity_groups)
+        elif section in (b"$Nodes", b"$Elements"):
+            yield section
+        elif section in (b"$PartitionedEntities", b"$Periodic", b"$GhostElements"):
+            raise _Unsupported()
+        elif section.startswith(b"$") and not section.startswith(b"$End"):
+            end = b"$End" + section[1:]
+            for line in iter(f.readline, b""):
+                if line.strip() == end:
+                    break
+            else:
+                raise ReadError(f"the file ends inside {section.decode()}")
+
+
 def _read_msh41_binary(path):
     """Binary Gmsh 4.1 files with numpy, element block by element block, so
     that the peak stays near the size of the result."""
     with open(path, "rb") as f:
-        msh41_binary_header(f)
         names, entity_groups = {}, {}
         points = tags = None
         cells, ids, cell_sets, physical, geometrical = [], [], {}, [], []
-        while True:
-            line = f.readline()
-            if not line:
-                break
-            section = line.strip()
-            if section == b"$PhysicalNames":
-                msh41_physical_names(f, names)
-            elif section == b"$Entities":
-                msh41_binary_entities(f, entity_groups)
-            elif section == b"$Nodes":
+        for section in msh41_sections(f, names, entity_groups):
+            if section == b"$Nodes":
                 blocks, total, _, max_tag = struct.unpack("<4Q", f.read(32))
                 # Read in place (no temporary): the file's little-endian tags
                 # and coordinates are these arrays' own bytes.
@@ -289,16 +305,6 @@ def _read_msh41_binary(path):
                     for g in groups:
                         name = names.get((dim, g)) or f"physical{g}"
                         cell_sets.setdefault(name, {})[len(cells) - 1] = n
-            elif section.startswith(b"$") and not section.startswith(b"$End"):
-                if section in (b"$PartitionedEntities", b"$Periodic", b"$GhostElements"):
-                    raise _Unsupported()
-                end = b"$End" + section[1:]
-                while True:  # skip sections the report does not use
-                    line = f.readline()
-                    if not line:
-                        raise ReadError(f"the file ends inside {section.decode()}")
-                    if line.strip() == end:
-                        break
     if points is None or not cells:
         raise ReadError("the file holds no nodes or no cells")
     return _gmsh_loaded(points, cells, ids, cell_sets, physical, geometrical)

@@ -16,17 +16,8 @@ def read_share(path, size, rank):
     names, entity_groups, node_blocks, element_blocks = {}, {}, [], []
     max_tag = 0
     with open(path, "rb") as f:
-        readers.msh41_binary_header(f)
-        while True:
-            line = f.readline()
-            if not line:
-                break
-            section = line.strip()
-            if section == b"$PhysicalNames":
-                readers.msh41_physical_names(f, names)
-            elif section == b"$Entities":
-                readers.msh41_binary_entities(f, entity_groups)
-            elif section == b"$Nodes":
+        for section in readers.msh41_sections(f, names, entity_groups):
+            if section == b"$Nodes":
                 blocks, _, _, max_tag = struct.unpack("<4Q", f.read(32))
                 for _ in range(blocks):
                     _, _, parametric, n = struct.unpack("<3iQ", f.read(20))
@@ -44,16 +35,6 @@ def read_share(path, size, rank):
                     k = readers._NODES_PER_CELL[cell_type]
                     element_blocks.append((dim, entity, cell_type, k, f.tell(), n))
                     f.seek(8 * n * (k + 1), 1)
-            elif section in (b"$PartitionedEntities", b"$Periodic", b"$GhostElements"):
-                raise readers._Unsupported()
-            elif section.startswith(b"$") and not section.startswith(b"$End"):
-                end = b"$End" + section[1:]
-                while True:
-                    line = f.readline()
-                    if not line:
-                        raise readers.ReadError(f"the file ends inside {section.decode()}")
-                    if line.strip() == end:
-                        break
         if f.tell() > _size(f):
             raise readers.ReadError("the file ends inside a section")
     if not node_blocks or not element_blocks:
