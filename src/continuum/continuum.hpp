@@ -75,14 +75,13 @@ void ten_node_tetrahedron_piece(int n, int point_index, float* STI_RESTRICT hex_
 void tetrahedron_piece_face_area(int n, int point_index, const float* STI_RESTRICT hex_coords,
                                  float* STI_RESTRICT freq, const float* STI_RESTRICT work_a);
 
-// The hexahedral piece of a point of the ten-node tetrahedron, and its face
-// areas, read in place from the fifteen gathered points: the same operations
-// as hexahedron and tetrahedron_piece_face_area on a copy of the piece.
+// The hexahedral piece of a point of the ten-node tetrahedron, read in place
+// from the fifteen gathered points, and with freq (null for none) its face
+// estimate: the same operations as hexahedron and tetrahedron_piece_face_area
+// on a copy of the piece, in one pass.
 void ten_node_piece(int n, int point_index, int* STI_RESTRICT elem_status,
-                    const float* STI_RESTRICT coords, float* STI_RESTRICT work_a,
-                    float* STI_RESTRICT work_b, float* STI_RESTRICT element_mass,
-                    const float* STI_RESTRICT density, float* STI_RESTRICT lsq);
-void ten_node_piece_face_area(int n, int point_index, const float* STI_RESTRICT coords,
-                              float* STI_RESTRICT freq, const float* STI_RESTRICT work_a);
+                    const float* STI_RESTRICT coords, float* STI_RESTRICT element_mass,
+                    const float* STI_RESTRICT density, float* STI_RESTRICT lsq,
+                    float* STI_RESTRICT freq);
 
 }  // namespace sti::continuum

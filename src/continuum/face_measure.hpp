@@ -10,21 +10,28 @@
 
 namespace sti::continuum {
 
-// K is the node count of the coordinate array (8, or the fifteen points of a
-// ten-node tetrahedron whose sub-hexahedra are read in place).
+// The measure from the diagonals d1 and d2 themselves. Negating both negates
+// s and t and leaves every product of two of their components as it was (but
+// for the sign of a zero, which the squares discard), so either sense of the
+// diagonals gives the same bits.
+inline float diagonal_measure(Vec3 d1, Vec3 d2) {
+  const Vec3 s{d1.x + d2.x, d1.y + d2.y, d1.z + d2.z};
+  const Vec3 t{d1.x - d2.x, d1.y - d2.y, d1.z - d2.z};
+  const float ss = s.x * s.x + s.y * s.y + s.z * s.z;
+  const float tt = t.x * t.x + t.y * t.y + t.z * t.z;
+  const float st = s.x * t.x + s.y * t.y + s.z * t.z;
+  return ss * tt - st * st;
+}
+
+// K is the node count of the coordinate array.
 template <int K = 8>
 inline float face_measure(int n, const float* coords, int e, int a, int b, int c, int d) {
-  float s[3], t[3];
+  float d1[3], d2[3];
   for (int k = 0; k < 3; ++k) {
-    const float d1 = coords[at(n, K, e, c, k)] - coords[at(n, K, e, a, k)];
-    const float d2 = coords[at(n, K, e, d, k)] - coords[at(n, K, e, b, k)];
-    s[k] = d1 + d2;
-    t[k] = d1 - d2;
+    d1[k] = coords[at(n, K, e, c, k)] - coords[at(n, K, e, a, k)];
+    d2[k] = coords[at(n, K, e, d, k)] - coords[at(n, K, e, b, k)];
   }
-  const float ss = s[0] * s[0] + s[1] * s[1] + s[2] * s[2];
-  const float tt = t[0] * t[0] + t[1] * t[1] + t[2] * t[2];
-  const float st = s[0] * t[0] + s[1] * t[1] + s[2] * t[2];
-  return ss * tt - st * st;
+  return diagonal_measure({d1[0], d1[1], d1[2]}, {d2[0], d2[1], d2[2]});
 }
 
 // 1 where a largest face measure m is below the smallest normal float (or is

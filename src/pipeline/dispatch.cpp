@@ -112,10 +112,8 @@ void element_geometry(int n, int point_index, int run_point_count, int section_i
       break;
     case 0x360B:  // modified ten-node tetrahedron, one sub-hexahedron per point
       // The point's sub-hexahedron, read in place from the fifteen points.
-      continuum::ten_node_piece(n, point_index, elem_status, coords_g, w.work_a, w.work_b,
-                                element_mass, density, lsq);
-      if (freq_flag == 1)
-        continuum::ten_node_piece_face_area(n, point_index, coords_g, freq, w.work_a);
+      continuum::ten_node_piece(n, point_index, elem_status, coords_g, element_mass, density, lsq,
+                                freq_flag == 1 ? freq : nullptr);
       break;
     case 0x6307:  // modified six-node axisymmetric triangle, one quadrilateral per point
       continuum::six_node_triangle_piece(n, point_index, w.shape->quad_coords, coords_g);
