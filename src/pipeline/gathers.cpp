@@ -189,6 +189,24 @@ void ten_node_derived_points(int n, const float* STI_RESTRICT x,
   }
 }
 
+// One node position of the ten-node tetrahedron over the batch, into its
+// three component rows x, y, z; with three floats per node (Stride 3) the
+// node's offset is one address computation.
+template <int Stride>
+STI_SCALAR_LOOP void ten_node_position(int n, int coord_stride, const int* STI_RESTRICT node_list,
+                                       float* STI_RESTRICT x, float* STI_RESTRICT y,
+                                       float* STI_RESTRICT z,
+                                       const float* STI_RESTRICT node_coords) {
+  const long long stride = Stride > 0 ? Stride : coord_stride;
+#pragma GCC unroll 4
+  for (int e = 0; e < n; ++e) {
+    const float* node = node_coords + (stride * node_list[e] - stride);
+    x[e] = node[0];
+    y[e] = node[1];
+    z[e] = node[2];
+  }
+}
+
 }  // namespace
 
 // The ten nodes of the tetrahedron, then its centroid (node 11) and the four
@@ -196,13 +214,15 @@ void ten_node_derived_points(int n, const float* STI_RESTRICT x,
 void gather_tet10(int n, int coord_stride, const int* STI_RESTRICT connectivity,
                   float* STI_RESTRICT coords_g, const float* STI_RESTRICT node_coords) {
   constexpr int K = 15;
-  for (int k = 0; k < 10; ++k)
-    for (int e = 0; e < n; ++e) {
-      const float* node =
-          node_coords + static_cast<long long>(connectivity[e + n * k] - 1) * coord_stride;
-#pragma GCC unroll 3
-      for (int c = 0; c < 3; ++c) coords_g[at(n, K, e, k, c)] = node[c];
-    }
+  for (int k = 0; k < 10; ++k) {
+    float* x = coords_g + at(n, K, 0, k, 0);
+    float* y = coords_g + at(n, K, 0, k, 1);
+    float* z = coords_g + at(n, K, 0, k, 2);
+    if (coord_stride == 3)
+      ten_node_position<3>(n, coord_stride, connectivity + n * k, x, y, z, node_coords);
+    else
+      ten_node_position<0>(n, coord_stride, connectivity + n * k, x, y, z, node_coords);
+  }
   for (int c = 0; c < 3; ++c)
     ten_node_derived_points(n, coords_g + at(n, K, 0, 0, c), coords_g + at(n, K, 0, 10, c));
 }
