@@ -61,6 +61,7 @@ void transpose_rows(const int* STI_RESTRICT rows, int count, int node_count,
     case 4: transpose_rows<4>(rows, count, out); return;
     case 6: transpose_rows<6>(rows, count, out); return;
     case 8: transpose_rows<8>(rows, count, out); return;
+    case 10: transpose_rows<10>(rows, count, out); return;
     default:
       for (int k = 0; k < node_count; ++k)
         for (int e = 0; e < count; ++e) out[e + count * k] = rows[e * node_count + k] + 1;
