@@ -311,35 +311,11 @@ template <class Shape, int p>
                                   thick, density);
 }
 
-// Corner p alone, the frame formed in place.
-template <class Shape, int p>
-[[gnu::noinline]] void solid_cohesive_fused(
-    int coh_flag, int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT rule_n,
-    const float* STI_RESTRICT rule_dn1, const float* STI_RESTRICT rule_dn2,
-    const float* STI_RESTRICT rule_w, const float* STI_RESTRICT coords_g,
-    const float* STI_RESTRICT coords_d, float* STI_RESTRICT element_mass,
-    const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
-    float* STI_RESTRICT lsq) {
-  for (int e = 0; e < n; ++e) {
-    Vec3 X[kPoints], D[kPoints];
-    points_of(coords_g, coords_d, n, e, X, D);
-    EdgeFloats<Shape> len;
-    EdgeVectors<Shape> vec, w_plus, w_minus;
-    edges_of<Shape>(X, D, len, vec, w_plus, w_minus);
-    const CornerResult r =
-        framed_corner<Shape, p>(coh_flag, rule_n, rule_dn1, rule_dn2, rule_w, X, D, len, vec,
-                                w_plus, w_minus, thickness[e], density[e]);
-    element_mass[e] = r.mass;
-    lsq[e] = r.lsq;
-    elem_status[e] = status_after(r, elem_status[e]);
-  }
-}
-
-// Corners p0 and p1 (none where p1 is negative) of the batch, the edges
-// formed once for both: corner 1 into the batch arrays, the others into
-// `later`.
-template <class Shape, int p0, int p1>
-[[gnu::noinline]] void corner_pair(
+// Corners p0 to p3 of the batch (those from the first negative one on left
+// out) in one element loop, the points and edges of an element formed once for
+// all of them: corner p0 into the batch arrays, the others into `later`.
+template <class Shape, int p0, int p1, int p2, int p3>
+[[gnu::noinline]] void corner_run(
     int coh_flag, int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT rule_n,
     const float* STI_RESTRICT rule_dn1, const float* STI_RESTRICT rule_dn2,
     const float* STI_RESTRICT rule_w, const float* STI_RESTRICT coords_g,
@@ -357,7 +333,7 @@ template <class Shape, int p0, int p1>
     auto keep = [&](auto p) __attribute__((always_inline)) {
       const CornerResult r = framed_corner<Shape, p>(coh_flag, rule_n, rule_dn1, rule_dn2, rule_w,
                                                      X, D, len, vec, w_plus, w_minus, thick, rho);
-      if constexpr (p == 0) {
+      if constexpr (p == p0) {
         element_mass[e] = r.mass;
         lsq[e] = r.lsq;
         elem_status[e] = status_after(r, elem_status[e]);
@@ -369,11 +345,12 @@ template <class Shape, int p0, int p1>
     };
     keep(std::integral_constant<int, p0>{});
     if constexpr (p1 >= 0) keep(std::integral_constant<int, p1>{});
+    if constexpr (p1 >= 0 && p2 >= 0) keep(std::integral_constant<int, p2>{});
+    if constexpr (p1 >= 0 && p2 >= 0 && p3 >= 0) keep(std::integral_constant<int, p3>{});
   }
 }
 
-// The first kCorners corners (3 or 4), two at a time, so that one element
-// loop holds no more than two corners' values at once.
+// The first kCorners corners (3 or 4).
 template <class Shape, int kCorners>
 void solid_cohesive_corners(int coh_flag, int n, int* STI_RESTRICT elem_status,
                             const float* STI_RESTRICT rule_n, const float* STI_RESTRICT rule_dn1,
@@ -382,11 +359,9 @@ void solid_cohesive_corners(int coh_flag, int n, int* STI_RESTRICT elem_status,
                             float* STI_RESTRICT element_mass, const float* STI_RESTRICT thickness,
                             const float* STI_RESTRICT density, float* STI_RESTRICT lsq,
                             LaterCorners* STI_RESTRICT later) {
-  corner_pair<Shape, 0, 1>(coh_flag, n, elem_status, rule_n, rule_dn1, rule_dn2, rule_w, coords_g,
-                           coords_d, element_mass, thickness, density, lsq, later);
-  corner_pair<Shape, 2, kCorners == 4 ? 3 : -1>(coh_flag, n, elem_status, rule_n, rule_dn1,
-                                                rule_dn2, rule_w, coords_g, coords_d, element_mass,
-                                                thickness, density, lsq, later);
+  corner_run<Shape, 0, 1, 2, kCorners == 4 ? 3 : -1>(coh_flag, n, elem_status, rule_n, rule_dn1,
+                                                     rule_dn2, rule_w, coords_g, coords_d,
+                                                     element_mass, thickness, density, lsq, later);
 }
 
 // Corner point_index (from 1) of the four, as the compile-time p of `run`;
@@ -484,12 +459,13 @@ void solid_cohesive_corner(bool eight_node, int coh_flag, int n, int point_index
   }
   at_corner(point_index, [&](auto p) {
     if (eight_node)
-      solid_cohesive_fused<Hexahedral, p>(coh_flag, n, elem_status, rule_n, rule_dn1, rule_dn2,
-                                          rule_w, coords_g, coords_d, element_mass, thickness,
-                                          density, lsq);
+      corner_run<Hexahedral, p, -1, -1, -1>(coh_flag, n, elem_status, rule_n, rule_dn1,
+                                            rule_dn2, rule_w, coords_g, coords_d, element_mass,
+                                            thickness, density, lsq, nullptr);
     else
-      solid_cohesive_fused<Wedge, p>(coh_flag, n, elem_status, rule_n, rule_dn1, rule_dn2, rule_w,
-                                     coords_g, coords_d, element_mass, thickness, density, lsq);
+      corner_run<Wedge, p, -1, -1, -1>(coh_flag, n, elem_status, rule_n, rule_dn1, rule_dn2,
+                                       rule_w, coords_g, coords_d, element_mass, thickness, density,
+                                       lsq, nullptr);
   });
 }
 
