@@ -47,6 +47,16 @@ struct Hexahedral {
         {0, Table::kA, 1, 0}, {2, Table::kA, 2, 0}, {3, Table::kB, 3, 1}, {1, Table::kB, 2, 1}};
     return c[j];
   }
+  // The driver's rule: the bilinear forms at the corners (-1, -1), (1, -1),
+  // (1, 1), (-1, 1), zeros signed as that rule forms them.
+  static constexpr int kCorners = 4;
+  static constexpr float kRuleN[16] = {1.0f, 0.0f, 0.0f, 0.0f, 0.0f, 1.0f, 0.0f, 0.0f,
+                                       0.0f, 0.0f, 1.0f, 0.0f, 0.0f, 0.0f, 0.0f, 1.0f};
+  static constexpr float kRuleA[16] = {-0.5f, 0.5f, 0.0f, -0.0f, -0.5f, 0.5f, 0.0f, -0.0f,
+                                       -0.0f, 0.0f, 0.5f, -0.5f, -0.0f, 0.0f, 0.5f, -0.5f};
+  static constexpr float kRuleB[16] = {-0.5f, -0.0f, 0.0f, 0.5f, -0.0f, -0.5f, 0.5f, 0.0f,
+                                       -0.0f, -0.5f, 0.5f, 0.0f, -0.5f, -0.0f, 0.0f, 0.5f};
+  static constexpr float kRuleW[4] = {};  // not read
 };
 
 struct Wedge {
@@ -61,6 +71,16 @@ struct Wedge {
   static constexpr Contribution contribution(int j, int p) {
     return {kBasis[p][j], Table::kHalf, 0, j};
   }
+  // The driver's rule: the triangle's forms at its three corners, the first
+  // node repeated as the fourth, and their weight.
+  static constexpr int kCorners = 3;
+  static constexpr float kRuleN[12] = {0.5f,  0.0f, 0.0f, 0.5f, -0.0f, 1.0f,
+                                       0.0f,  -0.0f, -0.0f, 0.0f, 1.0f, -0.0f};
+  static constexpr float kRuleA[12] = {-0.25f, 0.5f, 0.0f, -0.25f, -0.25f, 0.5f,
+                                       0.0f, -0.25f, -0.25f, 0.5f, 0.0f, -0.25f};
+  static constexpr float kRuleB[12] = {-0.25f, 0.0f, 0.5f, -0.25f, -0.25f, 0.0f,
+                                       0.5f, -0.25f, -0.25f, 0.0f, 0.5f, -0.25f};
+  static constexpr float kRuleW[3] = {kTwoThirds, kTwoThirds, kTwoThirds};
 };
 
 // Edges of an element: length, vector, and the two transverse directions
@@ -313,8 +333,11 @@ template <class Shape, int p>
 
 // Corners p0 to p3 of the batch (those from the first negative one on left
 // out) in one element loop, the points and edges of an element formed once for
-// all of them: corner p0 into the batch arrays, the others into `later`.
-template <class Shape, int p0, int p1, int p2, int p3>
+// all of them: corner p0 into the batch arrays, the others into `later`. With
+// kDriverRule the rule is the shape's own, known here, so that what two
+// corners share (a tangent, the whole frame of the wedge) is formed once and
+// no rule value is held in a register across the loop.
+template <class Shape, bool kDriverRule, int p0, int p1, int p2, int p3>
 [[gnu::noinline]] void corner_run(
     int coh_flag, int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT rule_n,
     const float* STI_RESTRICT rule_dn1, const float* STI_RESTRICT rule_dn2,
@@ -322,6 +345,10 @@ template <class Shape, int p0, int p1, int p2, int p3>
     const float* STI_RESTRICT coords_d, float* STI_RESTRICT element_mass,
     const float* STI_RESTRICT thickness, const float* STI_RESTRICT density, float* STI_RESTRICT lsq,
     LaterCorners* STI_RESTRICT later) {
+  const float* rn = kDriverRule ? Shape::kRuleN : rule_n;
+  const float* ra = kDriverRule ? Shape::kRuleA : rule_dn1;
+  const float* rb = kDriverRule ? Shape::kRuleB : rule_dn2;
+  const float* rw = kDriverRule ? Shape::kRuleW : rule_w;
 #pragma GCC ivdep
   for (int e = 0; e < n; ++e) {
     Vec3 X[kPoints], D[kPoints];
@@ -331,8 +358,8 @@ template <class Shape, int p0, int p1, int p2, int p3>
     edges_of<Shape>(X, D, len, vec, w_plus, w_minus);
     const float thick = thickness[e], rho = density[e];
     auto keep = [&](auto p) __attribute__((always_inline)) {
-      const CornerResult r = framed_corner<Shape, p>(coh_flag, rule_n, rule_dn1, rule_dn2, rule_w,
-                                                     X, D, len, vec, w_plus, w_minus, thick, rho);
+      const CornerResult r = framed_corner<Shape, p>(coh_flag, rn, ra, rb, rw, X, D, len, vec,
+                                                     w_plus, w_minus, thick, rho);
       if constexpr (p == p0) {
         element_mass[e] = r.mass;
         lsq[e] = r.lsq;
@@ -350,18 +377,20 @@ template <class Shape, int p0, int p1, int p2, int p3>
   }
 }
 
-// The first kCorners corners (3 or 4).
-template <class Shape, int kCorners>
-void solid_cohesive_corners(int coh_flag, int n, int* STI_RESTRICT elem_status,
-                            const float* STI_RESTRICT rule_n, const float* STI_RESTRICT rule_dn1,
-                            const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT rule_w,
-                            const float* STI_RESTRICT coords_g, const float* STI_RESTRICT coords_d,
-                            float* STI_RESTRICT element_mass, const float* STI_RESTRICT thickness,
-                            const float* STI_RESTRICT density, float* STI_RESTRICT lsq,
-                            LaterCorners* STI_RESTRICT later) {
-  corner_run<Shape, 0, 1, 2, kCorners == 4 ? 3 : -1>(coh_flag, n, elem_status, rule_n, rule_dn1,
-                                                     rule_dn2, rule_w, coords_g, coords_d,
-                                                     element_mass, thickness, density, lsq, later);
+// Whether the rule tables hold the shape's own rule, bit for bit, in the rows
+// of its corners.
+template <class Shape>
+bool is_driver_rule(const float* rule_n, const float* rule_dn1, const float* rule_dn2,
+                    const float* rule_w) {
+  unsigned differ = 0;
+  for (int i = 0; i < kPoints * Shape::kCorners; ++i)
+    differ |= (bits_of(rule_n[i]) ^ bits_of(Shape::kRuleN[i])) |
+              (bits_of(rule_dn1[i]) ^ bits_of(Shape::kRuleA[i])) |
+              (bits_of(rule_dn2[i]) ^ bits_of(Shape::kRuleB[i]));
+  if (Shape::kWeighted)
+    for (int p = 0; p < Shape::kCorners; ++p)
+      differ |= bits_of(rule_w[p]) ^ bits_of(Shape::kRuleW[p]);
+  return differ == 0;
 }
 
 // Corner point_index (from 1) of the four, as the compile-time p of `run`;
@@ -429,22 +458,23 @@ void solid_cohesive_corner(bool eight_node, int coh_flag, int n, int point_index
                            float* STI_RESTRICT element_mass, const float* STI_RESTRICT thickness,
                            const float* STI_RESTRICT density, float* STI_RESTRICT lsq,
                            LaterCorners* STI_RESTRICT later) {
-  const bool together = later != nullptr && (run_point_count == 3 || run_point_count == 4);
+  // A batch whose points the caller runs in turn, with the shape's corner
+  // count and rule, forms them all at point 1.
+  const bool together =
+      later != nullptr &&
+      (eight_node ? run_point_count == Hexahedral::kCorners &&
+                        is_driver_rule<Hexahedral>(rule_n, rule_dn1, rule_dn2, rule_w)
+                  : run_point_count == Wedge::kCorners &&
+                        is_driver_rule<Wedge>(rule_n, rule_dn1, rule_dn2, rule_w));
   if (together && point_index == 1) {
-    auto run = [&](auto corners) {
-      if (eight_node)
-        solid_cohesive_corners<Hexahedral, corners>(coh_flag, n, elem_status, rule_n, rule_dn1,
-                                                    rule_dn2, rule_w, coords_g, coords_d,
-                                                    element_mass, thickness, density, lsq, later);
-      else
-        solid_cohesive_corners<Wedge, corners>(coh_flag, n, elem_status, rule_n, rule_dn1, rule_dn2,
-                                               rule_w, coords_g, coords_d, element_mass, thickness,
-                                               density, lsq, later);
-    };
-    if (run_point_count == 3)
-      run(std::integral_constant<int, 3>{});
+    if (eight_node)
+      corner_run<Hexahedral, true, 0, 1, 2, 3>(coh_flag, n, elem_status, rule_n, rule_dn1,
+                                               rule_dn2, rule_w, coords_g, coords_d, element_mass,
+                                               thickness, density, lsq, later);
     else
-      run(std::integral_constant<int, 4>{});
+      corner_run<Wedge, true, 0, 1, 2, -1>(coh_flag, n, elem_status, rule_n, rule_dn1, rule_dn2,
+                                           rule_w, coords_g, coords_d, element_mass, thickness,
+                                           density, lsq, later);
     return;
   }
   if (together && point_index >= 2 && point_index <= run_point_count) {
@@ -459,13 +489,13 @@ void solid_cohesive_corner(bool eight_node, int coh_flag, int n, int point_index
   }
   at_corner(point_index, [&](auto p) {
     if (eight_node)
-      corner_run<Hexahedral, p, -1, -1, -1>(coh_flag, n, elem_status, rule_n, rule_dn1,
-                                            rule_dn2, rule_w, coords_g, coords_d, element_mass,
-                                            thickness, density, lsq, nullptr);
+      corner_run<Hexahedral, false, p, -1, -1, -1>(coh_flag, n, elem_status, rule_n, rule_dn1,
+                                                   rule_dn2, rule_w, coords_g, coords_d,
+                                                   element_mass, thickness, density, lsq, nullptr);
     else
-      corner_run<Wedge, p, -1, -1, -1>(coh_flag, n, elem_status, rule_n, rule_dn1, rule_dn2,
-                                       rule_w, coords_g, coords_d, element_mass, thickness, density,
-                                       lsq, nullptr);
+      corner_run<Wedge, false, p, -1, -1, -1>(coh_flag, n, elem_status, rule_n, rule_dn1,
+                                              rule_dn2, rule_w, coords_g, coords_d, element_mass,
+                                              thickness, density, lsq, nullptr);
   });
 }
 
