@@ -331,6 +331,15 @@ template <class Shape, int p>
                                   thick, density);
 }
 
+// The corner loop is long and holds more values than there are registers:
+// scheduling it before register allocation, minding register pressure, lets
+// the compiler interleave independent work and spill less.
+#if defined(__GNUC__) && !defined(__clang__)
+#define STI_PRESSURE_SCHEDULED __attribute__((optimize("schedule-insns", "sched-pressure")))
+#else
+#define STI_PRESSURE_SCHEDULED
+#endif
+
 // Corners p0 to p3 of the batch (those from the first negative one on left
 // out) in one element loop, the points and edges of an element formed once for
 // all of them: corner p0 into the batch arrays, the others into `later`. With
@@ -338,7 +347,7 @@ template <class Shape, int p>
 // corners share (a tangent, the whole frame of the wedge) is formed once and
 // no rule value is held in a register across the loop.
 template <class Shape, bool kDriverRule, int p0, int p1, int p2, int p3>
-[[gnu::noinline]] void corner_run(
+[[gnu::noinline]] STI_PRESSURE_SCHEDULED void corner_run(
     int coh_flag, int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT rule_n,
     const float* STI_RESTRICT rule_dn1, const float* STI_RESTRICT rule_dn2,
     const float* STI_RESTRICT rule_w, const float* STI_RESTRICT coords_g,
