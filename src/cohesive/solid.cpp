@@ -47,6 +47,16 @@ struct Hexahedral {
         {0, Table::kA, 1, 0}, {2, Table::kA, 2, 0}, {3, Table::kB, 3, 1}, {1, Table::kB, 2, 1}};
     return c[j];
   }
+  // The driver's rule: the bilinear forms at the corners (-1, -1), (1, -1),
+  // (1, 1), (-1, 1), zeros signed as that rule forms them.
+  static constexpr int kCorners = 4;
+  static constexpr float kRuleN[16] = {1.0f, 0.0f, 0.0f, 0.0f, 0.0f, 1.0f, 0.0f, 0.0f,
+                                       0.0f, 0.0f, 1.0f, 0.0f, 0.0f, 0.0f, 0.0f, 1.0f};
+  static constexpr float kRuleA[16] = {-0.5f, 0.5f, 0.0f, -0.0f, -0.5f, 0.5f, 0.0f, -0.0f,
+                                       -0.0f, 0.0f, 0.5f, -0.5f, -0.0f, 0.0f, 0.5f, -0.5f};
+  static constexpr float kRuleB[16] = {-0.5f, -0.0f, 0.0f, 0.5f, -0.0f, -0.5f, 0.5f, 0.0f,
+                                       -0.0f, -0.5f, 0.5f, 0.0f, -0.5f, -0.0f, 0.0f, 0.5f};
+  static constexpr float kRuleW[4] = {};  // not read
 };
 
 struct Wedge {
@@ -61,6 +71,16 @@ struct Wedge {
   static constexpr Contribution contribution(int j, int p) {
     return {kBasis[p][j], Table::kHalf, 0, j};
   }
+  // The driver's rule: the triangle's forms at its three corners, the first
+  // node repeated as the fourth, and their weight.
+  static constexpr int kCorners = 3;
+  static constexpr float kRuleN[12] = {0.5f,  0.0f, 0.0f, 0.5f, -0.0f, 1.0f,
+                                       0.0f,  -0.0f, -0.0f, 0.0f, 1.0f, -0.0f};
+  static constexpr float kRuleA[12] = {-0.25f, 0.5f, 0.0f, -0.25f, -0.25f, 0.5f,
+                                       0.0f, -0.25f, -0.25f, 0.5f, 0.0f, -0.25f};
+  static constexpr float kRuleB[12] = {-0.25f, 0.0f, 0.5f, -0.25f, -0.25f, 0.0f,
+                                       0.5f, -0.25f, -0.25f, 0.0f, 0.5f, -0.25f};
+  static constexpr float kRuleW[3] = {kTwoThirds, kTwoThirds, kTwoThirds};
 };
 
 // Edges of an element: length, vector, and the two transverse directions
@@ -311,41 +331,33 @@ template <class Shape, int p>
                                   thick, density);
 }
 
-// Corner p alone, the frame formed in place.
-template <class Shape, int p>
-[[gnu::noinline]] void solid_cohesive_fused(
-    int coh_flag, int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT rule_n,
-    const float* STI_RESTRICT rule_dn1, const float* STI_RESTRICT rule_dn2,
-    const float* STI_RESTRICT rule_w, const float* STI_RESTRICT coords_g,
-    const float* STI_RESTRICT coords_d, float* STI_RESTRICT element_mass,
-    const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
-    float* STI_RESTRICT lsq) {
-  for (int e = 0; e < n; ++e) {
-    Vec3 X[kPoints], D[kPoints];
-    points_of(coords_g, coords_d, n, e, X, D);
-    EdgeFloats<Shape> len;
-    EdgeVectors<Shape> vec, w_plus, w_minus;
-    edges_of<Shape>(X, D, len, vec, w_plus, w_minus);
-    const CornerResult r =
-        framed_corner<Shape, p>(coh_flag, rule_n, rule_dn1, rule_dn2, rule_w, X, D, len, vec,
-                                w_plus, w_minus, thickness[e], density[e]);
-    element_mass[e] = r.mass;
-    lsq[e] = r.lsq;
-    elem_status[e] = status_after(r, elem_status[e]);
-  }
-}
+// The corner loop is long and holds more values than there are registers:
+// scheduling it before register allocation, minding register pressure, lets
+// the compiler interleave independent work and spill less.
+#if defined(__GNUC__) && !defined(__clang__)
+#define STI_PRESSURE_SCHEDULED __attribute__((optimize("schedule-insns", "sched-pressure")))
+#else
+#define STI_PRESSURE_SCHEDULED
+#endif
 
-// Corners p0 and p1 (none where p1 is negative) of the batch, the edges
-// formed once for both: corner 1 into the batch arrays, the others into
-// `later`.
-template <class Shape, int p0, int p1>
-[[gnu::noinline]] void corner_pair(
+// Corners p0 to p3 of the batch (those from the first negative one on left
+// out) in one element loop, the points and edges of an element formed once for
+// all of them: corner p0 into the batch arrays, the others into `later`. With
+// kDriverRule the rule is the shape's own, known here, so that what two
+// corners share (a tangent, the whole frame of the wedge) is formed once and
+// no rule value is held in a register across the loop.
+template <class Shape, bool kDriverRule, int p0, int p1, int p2, int p3>
+[[gnu::noinline]] STI_PRESSURE_SCHEDULED void corner_run(
     int coh_flag, int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT rule_n,
     const float* STI_RESTRICT rule_dn1, const float* STI_RESTRICT rule_dn2,
     const float* STI_RESTRICT rule_w, const float* STI_RESTRICT coords_g,
     const float* STI_RESTRICT coords_d, float* STI_RESTRICT element_mass,
     const float* STI_RESTRICT thickness, const float* STI_RESTRICT density, float* STI_RESTRICT lsq,
     LaterCorners* STI_RESTRICT later) {
+  const float* rn = kDriverRule ? Shape::kRuleN : rule_n;
+  const float* ra = kDriverRule ? Shape::kRuleA : rule_dn1;
+  const float* rb = kDriverRule ? Shape::kRuleB : rule_dn2;
+  const float* rw = kDriverRule ? Shape::kRuleW : rule_w;
 #pragma GCC ivdep
   for (int e = 0; e < n; ++e) {
     Vec3 X[kPoints], D[kPoints];
@@ -355,9 +367,9 @@ template <class Shape, int p0, int p1>
     edges_of<Shape>(X, D, len, vec, w_plus, w_minus);
     const float thick = thickness[e], rho = density[e];
     auto keep = [&](auto p) __attribute__((always_inline)) {
-      const CornerResult r = framed_corner<Shape, p>(coh_flag, rule_n, rule_dn1, rule_dn2, rule_w,
-                                                     X, D, len, vec, w_plus, w_minus, thick, rho);
-      if constexpr (p == 0) {
+      const CornerResult r = framed_corner<Shape, p>(coh_flag, rn, ra, rb, rw, X, D, len, vec,
+                                                     w_plus, w_minus, thick, rho);
+      if constexpr (p == p0) {
         element_mass[e] = r.mass;
         lsq[e] = r.lsq;
         elem_status[e] = status_after(r, elem_status[e]);
@@ -369,24 +381,25 @@ template <class Shape, int p0, int p1>
     };
     keep(std::integral_constant<int, p0>{});
     if constexpr (p1 >= 0) keep(std::integral_constant<int, p1>{});
+    if constexpr (p1 >= 0 && p2 >= 0) keep(std::integral_constant<int, p2>{});
+    if constexpr (p1 >= 0 && p2 >= 0 && p3 >= 0) keep(std::integral_constant<int, p3>{});
   }
 }
 
-// The first kCorners corners (3 or 4), two at a time, so that one element
-// loop holds no more than two corners' values at once.
-template <class Shape, int kCorners>
-void solid_cohesive_corners(int coh_flag, int n, int* STI_RESTRICT elem_status,
-                            const float* STI_RESTRICT rule_n, const float* STI_RESTRICT rule_dn1,
-                            const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT rule_w,
-                            const float* STI_RESTRICT coords_g, const float* STI_RESTRICT coords_d,
-                            float* STI_RESTRICT element_mass, const float* STI_RESTRICT thickness,
-                            const float* STI_RESTRICT density, float* STI_RESTRICT lsq,
-                            LaterCorners* STI_RESTRICT later) {
-  corner_pair<Shape, 0, 1>(coh_flag, n, elem_status, rule_n, rule_dn1, rule_dn2, rule_w, coords_g,
-                           coords_d, element_mass, thickness, density, lsq, later);
-  corner_pair<Shape, 2, kCorners == 4 ? 3 : -1>(coh_flag, n, elem_status, rule_n, rule_dn1,
-                                                rule_dn2, rule_w, coords_g, coords_d, element_mass,
-                                                thickness, density, lsq, later);
+// Whether the rule tables hold the shape's own rule, bit for bit, in the rows
+// of its corners.
+template <class Shape>
+bool is_driver_rule(const float* rule_n, const float* rule_dn1, const float* rule_dn2,
+                    const float* rule_w) {
+  unsigned differ = 0;
+  for (int i = 0; i < kPoints * Shape::kCorners; ++i)
+    differ |= (bits_of(rule_n[i]) ^ bits_of(Shape::kRuleN[i])) |
+              (bits_of(rule_dn1[i]) ^ bits_of(Shape::kRuleA[i])) |
+              (bits_of(rule_dn2[i]) ^ bits_of(Shape::kRuleB[i]));
+  if (Shape::kWeighted)
+    for (int p = 0; p < Shape::kCorners; ++p)
+      differ |= bits_of(rule_w[p]) ^ bits_of(Shape::kRuleW[p]);
+  return differ == 0;
 }
 
 // Corner point_index (from 1) of the four, as the compile-time p of `run`;
@@ -454,22 +467,23 @@ void solid_cohesive_corner(bool eight_node, int coh_flag, int n, int point_index
                            float* STI_RESTRICT element_mass, const float* STI_RESTRICT thickness,
                            const float* STI_RESTRICT density, float* STI_RESTRICT lsq,
                            LaterCorners* STI_RESTRICT later) {
-  const bool together = later != nullptr && (run_point_count == 3 || run_point_count == 4);
+  // A batch whose points the caller runs in turn, with the shape's corner
+  // count and rule, forms them all at point 1.
+  const bool together =
+      later != nullptr &&
+      (eight_node ? run_point_count == Hexahedral::kCorners &&
+                        is_driver_rule<Hexahedral>(rule_n, rule_dn1, rule_dn2, rule_w)
+                  : run_point_count == Wedge::kCorners &&
+                        is_driver_rule<Wedge>(rule_n, rule_dn1, rule_dn2, rule_w));
   if (together && point_index == 1) {
-    auto run = [&](auto corners) {
-      if (eight_node)
-        solid_cohesive_corners<Hexahedral, corners>(coh_flag, n, elem_status, rule_n, rule_dn1,
-                                                    rule_dn2, rule_w, coords_g, coords_d,
-                                                    element_mass, thickness, density, lsq, later);
-      else
-        solid_cohesive_corners<Wedge, corners>(coh_flag, n, elem_status, rule_n, rule_dn1, rule_dn2,
-                                               rule_w, coords_g, coords_d, element_mass, thickness,
-                                               density, lsq, later);
-    };
-    if (run_point_count == 3)
-      run(std::integral_constant<int, 3>{});
+    if (eight_node)
+      corner_run<Hexahedral, true, 0, 1, 2, 3>(coh_flag, n, elem_status, rule_n, rule_dn1,
+                                               rule_dn2, rule_w, coords_g, coords_d, element_mass,
+                                               thickness, density, lsq, later);
     else
-      run(std::integral_constant<int, 4>{});
+      corner_run<Wedge, true, 0, 1, 2, -1>(coh_flag, n, elem_status, rule_n, rule_dn1, rule_dn2,
+                                           rule_w, coords_g, coords_d, element_mass, thickness,
+                                           density, lsq, later);
     return;
   }
   if (together && point_index >= 2 && point_index <= run_point_count) {
@@ -484,12 +498,13 @@ void solid_cohesive_corner(bool eight_node, int coh_flag, int n, int point_index
   }
   at_corner(point_index, [&](auto p) {
     if (eight_node)
-      solid_cohesive_fused<Hexahedral, p>(coh_flag, n, elem_status, rule_n, rule_dn1, rule_dn2,
-                                          rule_w, coords_g, coords_d, element_mass, thickness,
-                                          density, lsq);
+      corner_run<Hexahedral, false, p, -1, -1, -1>(coh_flag, n, elem_status, rule_n, rule_dn1,
+                                                   rule_dn2, rule_w, coords_g, coords_d,
+                                                   element_mass, thickness, density, lsq, nullptr);
     else
-      solid_cohesive_fused<Wedge, p>(coh_flag, n, elem_status, rule_n, rule_dn1, rule_dn2, rule_w,
-                                     coords_g, coords_d, element_mass, thickness, density, lsq);
+      corner_run<Wedge, false, p, -1, -1, -1>(coh_flag, n, elem_status, rule_n, rule_dn1,
+                                              rule_dn2, rule_w, coords_g, coords_d, element_mass,
+                                              thickness, density, lsq, nullptr);
   });
 }
 
