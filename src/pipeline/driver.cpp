@@ -168,7 +168,10 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
   } else if (type->gather == Gather::kTenNode) {
     gather_tet10(n, coord_stride, connectivity, coords_g, node_coords);
   } else if (corners) {
-    gather(n * node_count, ndim, coord_stride, connectivity, coords_g, node_coords);
+    gather_solid(n * node_count, ndim, coord_stride, connectivity, coords_g, node_coords);
+  } else if (type->gather == Gather::kSolid) {
+    gather_solid(n * geom_node_count, ndim, coord_stride, geometry_connectivity, coords_g,
+                 node_coords);
   } else {
     const int value_count = n * geom_node_count;
     gather(value_count, ndim, coord_stride, geometry_connectivity, coords_g, node_coords);
