@@ -1,12 +1,17 @@
 // Volume, mass and length term of eight-node hexahedra, which also carry the
-// tetrahedra and wedges stored with repeated corners and the sub-hexahedra of
-// the modified ten-node tetrahedron.
+// tetrahedra and wedges stored with repeated corners. The length term rests on
+// the gradient of the volume by the 24 corner coordinates: L^2 = V^2 / (2 S),
+// S the sum of the squared gradient components, which gives h^2/3 for a cube
+// of side h.
 #include "common/numerics.hpp"
 #include "continuum/hexahedron_measure.hpp"
 #include "stabletime/pipeline.h"
 #include "continuum/continuum.hpp"
+#include "continuum/volume_gradient.hpp"
 
 namespace sti::continuum {
+
+using namespace volume_gradient;
 
 // The hexahedron whose corner k is node nodes[k] of a K-node coordinate array.
 template <int K>
