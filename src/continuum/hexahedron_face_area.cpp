@@ -128,22 +128,29 @@ void face_area_of(int n, int elem_type_id, const float* STI_RESTRICT coords, con
   }
 }
 
-// The face measure of corners a, b, c, d from the corner differences
-// D[i][j] = w[i] - w[j], i < j, that the volume gradient has formed: each
-// diagonal is one of them up to its sign. Signs carried by the diagonals give
-// s and t one common sign, which the squares and the product of the measure
-// discard, and rounding is symmetric: the bits of face_measure.
-inline float face_of_differences(const hexahedron_detail::Differences* w, int a, int b, int c,
-                                 int d) {
-  // Xc - Xa = sign1 * D1 and Xd - Xb = sign2 * D2.
-  const bool flip1 = a < c, flip2 = b < d;
-  const int i1 = flip1 ? a : c, j1 = flip1 ? c : a;
-  const int i2 = flip2 ? b : d, j2 = flip2 ? d : b;
+// Faces A to F by their corners a, b, c, d in order, as largest_face reads
+// them. On each, a < c and b < d, so that both diagonals Xc - Xa and Xd - Xb
+// are differences the volume gradient has formed, negated.
+constexpr int kFaces[6][4] = {{0, 1, 2, 3}, {4, 5, 6, 7}, {0, 1, 5, 4},
+                              {1, 2, 6, 5}, {2, 3, 7, 6}, {3, 0, 4, 7}};
+constexpr bool diagonals_ascend() {
+  for (const auto& f : kFaces)
+    if (!(f[0] < f[2] && f[1] < f[3])) return false;
+  return true;
+}
+static_assert(diagonals_ascend());
+
+// The face measure of face f from the corner differences D[i][j] = w[i] - w[j],
+// i < j: with both diagonals negated s and t change sign, which the squares
+// and the product of the measure discard, and rounding is symmetric: the bits
+// of face_measure.
+inline float face_of_differences(const hexahedron_detail::Differences* w, int f) {
+  const int a = kFaces[f][0], b = kFaces[f][1], c = kFaces[f][2], d = kFaces[f][3];
   float s[3], t[3];
   for (int k = 0; k < 3; ++k) {
-    const float d1 = w[k].d[i1][j1], d2 = w[k].d[i2][j2];
-    s[k] = flip1 == flip2 ? d1 + d2 : d1 - d2;
-    t[k] = flip1 == flip2 ? d1 - d2 : d1 + d2;
+    const float d1 = w[k].d[a][c], d2 = w[k].d[b][d];
+    s[k] = d1 + d2;
+    t[k] = d1 - d2;
   }
   const float ss = s[0] * s[0] + s[1] * s[1] + s[2] * s[2];
   const float tt = t[0] * t[0] + t[1] * t[1] + t[2] * t[2];
@@ -154,13 +161,11 @@ inline float face_of_differences(const hexahedron_detail::Differences* w, int a,
 // largest_face on the corner differences.
 template <Family F>
 inline float largest_face_of_differences(const hexahedron_detail::Differences* w) {
-  const float fa = face_of_differences(w, 0, 1, 2, 3);
-  const float fb = face_of_differences(w, 4, 5, 6, 7);
-  const float fc = face_of_differences(w, 0, 1, 5, 4);
-  const float fd = face_of_differences(w, 1, 2, 6, 5);
-  float m = max_of(max_of(max_of(fa, fb), fc), fd);
-  if constexpr (F != Family::kTetrahedron) m = max_of(m, face_of_differences(w, 2, 3, 7, 6));
-  if constexpr (F == Family::kHexahedron) m = max_of(m, face_of_differences(w, 3, 0, 4, 7));
+  float m = max_of(max_of(max_of(face_of_differences(w, 0), face_of_differences(w, 1)),
+                          face_of_differences(w, 2)),
+                   face_of_differences(w, 3));
+  if constexpr (F != Family::kTetrahedron) m = max_of(m, face_of_differences(w, 4));
+  if constexpr (F == Family::kHexahedron) m = max_of(m, face_of_differences(w, 5));
   return m;
 }
 
