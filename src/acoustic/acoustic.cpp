@@ -6,6 +6,7 @@
 
 #include "common/numerics.hpp"
 #include "continuum/continuum.hpp"
+#include "continuum/hexahedron_measure.hpp"
 #include "acoustic/acoustic.hpp"
 
 namespace sti::acoustic {
@@ -20,6 +21,19 @@ inline constexpr float kSafetyFactor = 0.9f;
 void element_length(int n, int* STI_RESTRICT elem_status, int shape_code,
                     const float* STI_RESTRICT tri_flag, const float* STI_RESTRICT coords_g,
                     float* STI_RESTRICT element_mass, float* STI_RESTRICT lsq) {
+  if (shape_code == kSolid) {
+    // The hexahedron's measure with the length formed in the same pass: with
+    // unit density the mass is the padded volume itself.
+    using namespace continuum::hexahedron_detail;
+    for (int e = 0; e < n; ++e) {
+      const Corners c = corners_of<8>(n, coords_g, continuum::kHexahedronCorners, e);
+      const Measure m = measure(c, differences(c.x), differences(c.y), differences(c.z));
+      elem_status[e] = m.collapsed ? 1 : elem_status[e];
+      element_mass[e] = m.padded;
+      lsq[e] = std::sqrt(m.lsq * m.padded);
+    }
+    return;
+  }
   float unit_values[kBatchCapacity];
   float work_a[kBatchCapacity], work_b[kBatchCapacity];
   for (int e = 0; e < n; ++e) unit_values[e] = 1.0f;
@@ -29,9 +43,6 @@ void element_length(int n, int* STI_RESTRICT elem_status, int shape_code,
   } else if (shape_code == kAxisymmetric) {
     continuum::axisymmetric_quadrilateral(n, elem_status, tri_flag, coords_g, element_mass,
                                           unit_values, lsq);
-  } else if (shape_code == kSolid) {
-    continuum::hexahedron(n, elem_status, coords_g, work_a, work_b, element_mass, unit_values,
-                          lsq);
   } else {
     for (int e = 0; e < n; ++e) elem_status[e] = 4;
   }

@@ -66,6 +66,16 @@ void hexahedron_face_area_of_corners(int n, int node_count, int elem_type_id,
                                      const float* STI_RESTRICT work_a,
                                      const float* STI_RESTRICT work_b);
 
+// hexahedron (node_count 0) or hexahedron_of_corners followed by the face-area
+// estimate, in one pass, for the face family that the corners imply: eight
+// nodes a hexahedron's, four a tetrahedron's, six a wedge's. Returns false,
+// having done nothing, for a type of another face family.
+bool hexahedron_with_face_area(int n, int node_count, int elem_type_id,
+                               int* STI_RESTRICT elem_status, const float* STI_RESTRICT coords,
+                               float* STI_RESTRICT work_a, float* STI_RESTRICT work_b,
+                               float* STI_RESTRICT element_mass, const float* STI_RESTRICT density,
+                               float* STI_RESTRICT lsq, float* STI_RESTRICT freq);
+
 void six_node_triangle_piece(int n, int point_index, float* STI_RESTRICT quad_coords,
                              const float* STI_RESTRICT coords);
 

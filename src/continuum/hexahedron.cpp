@@ -4,6 +4,7 @@
 // S the sum of the squared gradient components, which gives h^2/3 for a cube
 // of side h.
 #include "common/numerics.hpp"
+#include "continuum/hexahedron_measure.hpp"
 #include "stabletime/pipeline.h"
 #include "continuum/continuum.hpp"
 #include "continuum/volume_gradient.hpp"
@@ -18,49 +19,15 @@ void hexahedron_of(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRI
                    const int (&nodes)[8], float* STI_RESTRICT work_a, float* STI_RESTRICT work_b,
                    float* STI_RESTRICT element_mass, const float* STI_RESTRICT density,
                    float* STI_RESTRICT lsq) {
+  using namespace hexahedron_detail;
   for (int e = 0; e < n; ++e) {
-    float x[8], y[8], z[8];
-#pragma GCC unroll 8
-    for (int k = 0; k < 8; ++k) {
-      x[k] = coords[at(n, K, e, nodes[k], 0)];
-      y[k] = coords[at(n, K, e, nodes[k], 1)];
-      z[k] = coords[at(n, K, e, nodes[k], 2)];
-    }
-    const Differences dx = differences(x), dy = differences(y), dz = differences(z);
-    float bx[8];
-#pragma GCC unroll 8
-    for (int i = 0; i < 8; ++i) bx[i] = gradient_component(dy, dz, kComponents[i]);
-
-    // Volume from the x components, measured from corner 1.
-    float sum = (x[0] - x[1]) * bx[1];
-#pragma GCC unroll 8
-    for (int i = 2; i < 8; ++i) sum = sum + (x[0] - x[i]) * bx[i];
-    const float v = max_of(-sum, 0.0f);  // inside out, or a NaN, gives 0
-    const float p = v == 0.0f ? 1.0f : 0.0f;
-    elem_status[e] = v == 0.0f ? 1 : elem_status[e];
-    const float padded = v + p;
-    work_a[e] = padded;
-    work_b[e] = (1.0f - p) / padded;
-    element_mass[e] = padded * density[e];
-
-    // The sum of the 24 squares first, then the pad: a pad added first would
-    // absorb the small squares of a collapsed element. The y and z components
-    // are formed as they are summed, which keeps fewer of them live.
-    float s = bx[0] * bx[0];
-#pragma GCC unroll 8
-    for (int i = 1; i < 8; ++i) s = s + bx[i] * bx[i];
-#pragma GCC unroll 8
-    for (int i = 0; i < 8; ++i) {
-      const float by = gradient_component(dz, dx, kComponents[i]);
-      s = s + by * by;
-    }
-#pragma GCC unroll 8
-    for (int i = 0; i < 8; ++i) {
-      const float bz = gradient_component(dx, dy, kComponents[i]);
-      s = s + bz * bz;
-    }
-    s = s + p;
-    lsq[e] = padded * 0.5f / s;
+    const Corners c = corners_of<K>(n, coords, nodes, e);
+    const Measure m = measure(c, differences(c.x), differences(c.y), differences(c.z));
+    elem_status[e] = m.collapsed ? 1 : elem_status[e];
+    work_a[e] = m.padded;
+    work_b[e] = m.reciprocal;
+    element_mass[e] = m.padded * density[e];
+    lsq[e] = m.lsq;
   }
 }
 

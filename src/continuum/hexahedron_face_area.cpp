@@ -7,6 +7,7 @@
 
 #include "common/correctly_rounded.hpp"
 #include "continuum/face_measure.hpp"
+#include "continuum/hexahedron_measure.hpp"
 #include "stabletime/pipeline.h"
 #include "continuum/continuum.hpp"
 #include "pipeline/element_table.hpp"
@@ -127,7 +128,114 @@ void face_area_of(int n, int elem_type_id, const float* STI_RESTRICT coords, con
   }
 }
 
+// Faces A to F by their corners a, b, c, d in order, as largest_face reads
+// them. On each, a < c and b < d, so that both diagonals Xc - Xa and Xd - Xb
+// are differences the volume gradient has formed, negated.
+constexpr int kFaces[6][4] = {{0, 1, 2, 3}, {4, 5, 6, 7}, {0, 1, 5, 4},
+                              {1, 2, 6, 5}, {2, 3, 7, 6}, {3, 0, 4, 7}};
+constexpr bool diagonals_ascend() {
+  for (const auto& f : kFaces)
+    if (!(f[0] < f[2] && f[1] < f[3])) return false;
+  return true;
+}
+static_assert(diagonals_ascend());
+
+// The face measure of face f from the corner differences D[i][j] = w[i] - w[j],
+// i < j: with both diagonals negated s and t change sign, which the squares
+// and the product of the measure discard, and rounding is symmetric: the bits
+// of face_measure.
+inline float face_of_differences(const hexahedron_detail::Differences* w, int f) {
+  const int a = kFaces[f][0], b = kFaces[f][1], c = kFaces[f][2], d = kFaces[f][3];
+  float s[3], t[3];
+  for (int k = 0; k < 3; ++k) {
+    const float d1 = w[k].d[a][c], d2 = w[k].d[b][d];
+    s[k] = d1 + d2;
+    t[k] = d1 - d2;
+  }
+  const float ss = s[0] * s[0] + s[1] * s[1] + s[2] * s[2];
+  const float tt = t[0] * t[0] + t[1] * t[1] + t[2] * t[2];
+  const float st = s[0] * t[0] + s[1] * t[1] + s[2] * t[2];
+  return ss * tt - st * st;
+}
+
+// largest_face on the corner differences.
+template <Family F>
+inline float largest_face_of_differences(const hexahedron_detail::Differences* w) {
+  float m = max_of(max_of(max_of(face_of_differences(w, 0), face_of_differences(w, 1)),
+                          face_of_differences(w, 2)),
+                   face_of_differences(w, 3));
+  if constexpr (F != Family::kTetrahedron) m = max_of(m, face_of_differences(w, 4));
+  if constexpr (F == Family::kHexahedron) m = max_of(m, face_of_differences(w, 5));
+  return m;
+}
+
+// The volume-gradient measure and the face-area estimate in one pass over the
+// corners, which the two share with their differences: the results of
+// hexahedron_of followed by face_area_of. As there, the blended factors are
+// taken in a second pass only for a batch that has aspects in the blend range.
+template <Family F, int K>
+void measure_and_face_area(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT coords,
+                           const int (&nodes)[8], float* STI_RESTRICT work_a,
+                           float* STI_RESTRICT work_b, float* STI_RESTRICT element_mass,
+                           const float* STI_RESTRICT density, float* STI_RESTRICT lsq,
+                           float* STI_RESTRICT freq_a) {
+  using namespace hexahedron_detail;
+  constexpr bool blended = F != Family::kTetrahedron;
+  const Blend& b = F == Family::kWedge ? kWedgeBlend : kHexBlend;
+  const float multiplier = F == Family::kWedge ? kWedgeMultiplier : kHexMultiplier;
+  float measure_of[kBatchCapacity], aspect_of[kBatchCapacity];
+  int inside = 0;
+  for (int e = 0; e < n; ++e) {
+    const Corners c = corners_of<K>(n, coords, nodes, e);
+    const Differences w[3] = {differences(c.x), differences(c.y), differences(c.z)};
+    const Measure v = measure(c, w[0], w[1], w[2]);
+    elem_status[e] = v.collapsed ? 1 : elem_status[e];
+    work_a[e] = v.padded;
+    work_b[e] = v.reciprocal;
+    element_mass[e] = v.padded * density[e];
+    lsq[e] = v.lsq;
+    const float m = largest_face_of_differences<F>(w);
+    if constexpr (blended) {
+      const float r = aspect(m, v.reciprocal);
+      measure_of[e] = m;
+      aspect_of[e] = r;
+      inside += in_blend(b, r) ? 1 : 0;
+      freq_a[e] = estimate(v.padded, multiplier, plateau(b, r), m);
+    } else {
+      freq_a[e] = estimate(v.padded, kTetMultiplier, 1.0f, m);
+    }
+  }
+  if (!blended || inside == 0) return;
+  for (int e = 0; e < n; ++e)
+    aspect_of[e] =
+        in_blend(b, aspect_of[e]) ? blended_factor(b, aspect_of[e]) : plateau(b, aspect_of[e]);
+  for (int e = 0; e < n; ++e)
+    freq_a[e] = estimate(work_a[e], multiplier, aspect_of[e], measure_of[e]);
+}
+
 }  // namespace
+
+bool hexahedron_with_face_area(int n, int node_count, int elem_type_id,
+                               int* STI_RESTRICT elem_status, const float* STI_RESTRICT coords,
+                               float* STI_RESTRICT work_a, float* STI_RESTRICT work_b,
+                               float* STI_RESTRICT element_mass, const float* STI_RESTRICT density,
+                               float* STI_RESTRICT lsq, float* STI_RESTRICT freq) {
+  const Family family = family_of(elem_type_id);
+  if (family == Family::kHexahedron && node_count == 0)
+    measure_and_face_area<Family::kHexahedron, 8>(n, elem_status, coords, kHexahedronCorners,
+                                                  work_a, work_b, element_mass, density, lsq,
+                                                  freq);
+  else if (family == Family::kTetrahedron && node_count == 4)
+    measure_and_face_area<Family::kTetrahedron, 4>(n, elem_status, coords, kTetrahedronCorners,
+                                                   work_a, work_b, element_mass, density, lsq,
+                                                   freq);
+  else if (family == Family::kWedge && node_count == 6)
+    measure_and_face_area<Family::kWedge, 6>(n, elem_status, coords, kWedgeCorners, work_a,
+                                             work_b, element_mass, density, lsq, freq);
+  else
+    return false;
+  return true;
+}
 
 void hexahedron_face_area(int n, int elem_type_id, const float* STI_RESTRICT coords,
                           float* STI_RESTRICT freq, const float* STI_RESTRICT work_a,

@@ -54,8 +54,9 @@ void classify(int n, int node_count, int& geom_node_count, int& ndim, int& run_p
   freq_flag = (row->flags & kF) != 0 ? 1 : 0;
   if ((row->flags & kS) != 0) dt_scale = kInvSqrt6;
 
-  // Also where the row keeps a preset that differs from the node count.
-  if (geom_node_count != node_count)
+  // Also where the row keeps a preset that differs from the node count. A
+  // caller whose gather reads the catalogue nodes only passes no array.
+  if (geom_node_count != node_count && expanded != nullptr)
     expand_connectivity(n, node_count, geom_node_count, connectivity, expanded);
   if ((row->flags & kT) != 0)
     for (int e = 0; e < n; ++e) tri_flag[e] = 1.0f;

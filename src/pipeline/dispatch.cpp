@@ -97,6 +97,11 @@ void element_geometry(int n, int point_index, int run_point_count, int section_i
                                             density, lsq);
       break;
     case 0x3C08:  // hexahedra, and wedges and tetrahedra stored as hexahedra
+      if (freq_flag == 1 &&
+          continuum::hexahedron_with_face_area(n, w.corner_nodes, elem_type_id, elem_status,
+                                               coords_g, w.work_a, w.work_b, element_mass,
+                                               density, lsq, freq))
+        break;
       if (w.corner_nodes != 0) {  // gathered without the repeated corners
         continuum::hexahedron_of_corners(n, w.corner_nodes, elem_status, coords_g, w.work_a,
                                          w.work_b, element_mass, density, lsq);

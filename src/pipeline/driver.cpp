@@ -131,9 +131,12 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
   int elem_class = 1;
   float dt_scale = 1.0f, bulk_b1 = 0.0f;
   call_status = 0;
+  //    A type gathered without its repeated corners needs no expanded list.
+  const bool corners = type != nullptr && type->gather == Gather::kCorners;
   classify(n, node_count, geom_node_count, ndim, run_point_count, elem_type_id, unsupported,
            plane_stress_flag, uniaxial_flag, shape_code, elem_class, connectivity,
-           w.gathered.expanded_connectivity, elem_status, freq_flag, dt_scale, bulk_b1, w.tri_flag);
+           corners ? nullptr : w.gathered.expanded_connectivity, elem_status, freq_flag, dt_scale,
+           bulk_b1, w.tri_flag);
 
   // 5. A type without a classification fails the whole batch.
   if (unsupported != 0) {
@@ -152,7 +155,6 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
   //    gather's half differences follow its four points.
   float* coords_g = type->gather == Gather::kTenNode ? w.ten_node_coords : w.gathered.coords;
   float* coords_d = w.gathered.coords + kBatchCapacity * kPairPoints * 3;
-  const bool corners = type->gather == Gather::kCorners;
   const GeometryWork geometry{w.work_a, w.work_b, &w.gathered.shape, corners ? node_count : 0,
                               true};
   const int* geometry_connectivity =
@@ -168,7 +170,10 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
   } else if (type->gather == Gather::kTenNode) {
     gather_tet10(n, coord_stride, connectivity, coords_g, node_coords);
   } else if (corners) {
-    gather(n * node_count, ndim, coord_stride, connectivity, coords_g, node_coords);
+    gather_solid(n * node_count, ndim, coord_stride, connectivity, coords_g, node_coords);
+  } else if (type->gather == Gather::kSolid) {
+    gather_solid(n * geom_node_count, ndim, coord_stride, geometry_connectivity, coords_g,
+                 node_coords);
   } else {
     const int value_count = n * geom_node_count;
     gather(value_count, ndim, coord_stride, geometry_connectivity, coords_g, node_coords);

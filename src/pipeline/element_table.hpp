@@ -20,6 +20,7 @@ inline constexpr int kS = 16; // three-node beam: points scaled by 1/sqrt(6)
 // How the driver gathers the coordinates.
 enum class Gather {
   kPlain,        // node coordinates as they stand
+  kSolid,        // the same, for a solid's three coordinates read four nodes at a time
   kCorners,      // the catalogue nodes only: the geometry reads repeated corners in place
   kSolidPairs,   // mid-surface points and half differences across direction 3
   kPlanarPairs,  // the same across direction 2 of a quadrilateral
@@ -62,9 +63,9 @@ inline constexpr ElementType kElementTypes[] = {
     // name  id  nodes points shape class ndim geom run flags rule_kind rule_nodes gather variant face
     {"AC2D3", 6040, 3, 3, 0x902404, 4, 2, 4, 0, kT, 0, 0, Gather::kPlain, Variant::kPlain, Face::kHexahedron},
     {"AC2D4R", 6012, 4, 1, 0x902404, 4, 2, 0, 0, 0, 0, 0, Gather::kPlain, Variant::kPlain, Face::kHexahedron},
-    {"AC3D4", 6044, 4, 4, 0x903C08, 4, 3, 8, 0, 0, 0, 0, Gather::kPlain, Variant::kPlain, Face::kHexahedron},
-    {"AC3D6", 6045, 6, 6, 0x903C08, 4, 3, 8, 0, 0, 0, 0, Gather::kPlain, Variant::kPlain, Face::kHexahedron},
-    {"AC3D8R", 6014, 8, 1, 0x903C08, 4, 3, 0, 0, 0, 0, 0, Gather::kPlain, Variant::kPlain, Face::kHexahedron},
+    {"AC3D4", 6044, 4, 4, 0x903C08, 4, 3, 8, 0, 0, 0, 0, Gather::kSolid, Variant::kPlain, Face::kHexahedron},
+    {"AC3D6", 6045, 6, 6, 0x903C08, 4, 3, 8, 0, 0, 0, 0, Gather::kSolid, Variant::kPlain, Face::kHexahedron},
+    {"AC3D8R", 6014, 8, 1, 0x903C08, 4, 3, 0, 0, 0, 0, 0, Gather::kSolid, Variant::kPlain, Face::kHexahedron},
     {"ACAX3", 6042, 3, 3, 0x906404, 4, 2, 4, 0, kT, 0, 0, Gather::kPlain, Variant::kPlain, Face::kHexahedron},
     {"ACAX4R", 6013, 4, 1, 0x906404, 4, 2, 0, 0, 0, 0, 0, Gather::kPlain, Variant::kPlain, Face::kHexahedron},
     {"B21", 1001, 2, 1, 0x2202, 3, 2, 0, 0, kU, 0, 0, Gather::kPlain, Variant::kPlain, Face::kHexahedron},
@@ -77,11 +78,11 @@ inline constexpr ElementType kElementTypes[] = {
     {"C3D4T", 415, 4, 1, 0x3C08, 1, 3, 8, 0, kF, 0, 0, Gather::kCorners, Variant::kPlain, Face::kTetrahedron},
     {"C3D6", 43, 6, 2, 0x3C08, 1, 3, 8, 0, kF, 0, 0, Gather::kCorners, Variant::kPlain, Face::kWedge},
     {"C3D6T", 416, 6, 2, 0x3C08, 1, 3, 8, 0, kF, 0, 0, Gather::kCorners, Variant::kPlain, Face::kWedge},
-    {"C3D8", 6, 8, 8, 0x3C08, 1, 3, 0, 1, kF, 0, 0, Gather::kPlain, Variant::kPlain, Face::kHexahedron},
-    {"C3D8I", 6, 8, 8, 0x3C08, 1, 3, 0, 1, kF, 0, 0, Gather::kPlain, Variant::kPlain, Face::kHexahedron},
-    {"C3D8R", 56, 8, 1, 0x3C08, 1, 3, 0, 1, kF, 0, 0, Gather::kPlain, Variant::kPlain, Face::kHexahedron},
-    {"C3D8RT", 411, 8, 1, 0x3C08, 1, 3, 0, 1, kF, 0, 0, Gather::kPlain, Variant::kPlain, Face::kHexahedron},
-    {"C3D8T", 406, 8, 8, 0x3C08, 1, 3, 0, 1, kF, 0, 0, Gather::kPlain, Variant::kPlain, Face::kHexahedron},
+    {"C3D8", 6, 8, 8, 0x3C08, 1, 3, 0, 1, kF, 0, 0, Gather::kSolid, Variant::kPlain, Face::kHexahedron},
+    {"C3D8I", 6, 8, 8, 0x3C08, 1, 3, 0, 1, kF, 0, 0, Gather::kSolid, Variant::kPlain, Face::kHexahedron},
+    {"C3D8R", 56, 8, 1, 0x3C08, 1, 3, 0, 1, kF, 0, 0, Gather::kSolid, Variant::kPlain, Face::kHexahedron},
+    {"C3D8RT", 411, 8, 1, 0x3C08, 1, 3, 0, 1, kF, 0, 0, Gather::kSolid, Variant::kPlain, Face::kHexahedron},
+    {"C3D8T", 406, 8, 8, 0x3C08, 1, 3, 0, 1, kF, 0, 0, Gather::kSolid, Variant::kPlain, Face::kHexahedron},
     {"CAX3", 8, 3, 1, 0x6404, 1, 2, 4, 0, kT, 0, 0, Gather::kPlain, Variant::kPlain, Face::kHexahedron},
     {"CAX3T", 417, 3, 1, 0x6404, 1, 2, 4, 0, kT, 0, 0, Gather::kPlain, Variant::kPlain, Face::kHexahedron},
     {"CAX4R", 55, 4, 1, 0x6404, 1, 2, 0, 0, 0, 0, 0, Gather::kPlain, Variant::kPlain, Face::kHexahedron},

@@ -2,6 +2,10 @@
 // copy, the mid-surface points and half differences of cohesive elements and
 // continuum shells, and the fifteen points of the modified ten-node
 // tetrahedron. Node numbers are one-based and trusted.
+#if defined(__SSE2__)
+#include <immintrin.h>
+#endif
+
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
 #include "pipeline/pipeline.hpp"
@@ -77,6 +81,100 @@ void gather(int value_count, int ndim, int coord_stride, const int* STI_RESTRICT
       values_out[i] =
           node_coords[static_cast<long long>(node_list[i] - 1) * coord_stride + coord_stride - 1];
   }
+}
+
+// Solids: three floats per node in the public entry's layout, four nodes at
+// a time. Each node is read as one 16-byte row from the float before its own
+// three (the previous node's last), and the four rows are transposed into the
+// three component streams: one load per node and three stores per four nodes
+// in place of three of each per node. A group that holds node 1, whose row
+// would start before the array, is copied float by float.
+void gather_solid(int value_count, int ndim, int coord_stride, const int* STI_RESTRICT node_list,
+                  float* STI_RESTRICT values_out, const float* STI_RESTRICT node_coords) {
+#if defined(__SSE2__)
+  if (coord_stride == 3 && ndim == 3) {
+    float* x = values_out;
+    float* y = values_out + value_count;
+    float* z = values_out + 2 * value_count;
+    auto row = [&](int node) {
+      return _mm_loadu_ps(node_coords + (3 * static_cast<long long>(node) - 4));
+    };
+    auto copy = [&](int j) {
+      const float* node = node_coords + (3 * static_cast<long long>(node_list[j]) - 3);
+      x[j] = node[0];
+      y[j] = node[1];
+      z[j] = node[2];
+    };
+    const __m128i first = _mm_set1_epi32(1);
+    int i = 0;
+#if defined(__AVX512F__)
+    // Sixteen at a time: the same transposes in the four quarters of the vector.
+    auto rows16 = [&](const int* g) {
+      const __m512 r = _mm512_castps128_ps512(row(g[0]));
+      return _mm512_insertf32x4(_mm512_insertf32x4(_mm512_insertf32x4(r, row(g[4]), 1), row(g[8]), 2),
+                                row(g[12]), 3);
+    };
+    const __m512i first16 = _mm512_set1_epi32(1);
+    for (; i + 16 <= value_count; i += 16) {
+      const int* g = node_list + i;
+      if (_mm512_cmpeq_epi32_mask(_mm512_loadu_si512(g), first16) != 0) {
+        for (int j = i; j < i + 16; ++j) copy(j);
+        continue;
+      }
+      const __m512 ra = rows16(g), rb = rows16(g + 1), rc = rows16(g + 2), rd = rows16(g + 3);
+      // The masked forms with every lane taken: the plain ones start from an
+      // undefined vector that GCC 12 warns of.
+      const __mmask16 all = 0xFFFF;
+      const __m512 ab_low = _mm512_mask_unpacklo_ps(ra, all, ra, rb);
+      const __m512 ab_high = _mm512_mask_unpackhi_ps(ra, all, ra, rb);
+      const __m512 cd_low = _mm512_mask_unpacklo_ps(rc, all, rc, rd);
+      const __m512 cd_high = _mm512_mask_unpackhi_ps(rc, all, rc, rd);
+      _mm512_storeu_ps(x + i, _mm512_shuffle_ps(ab_low, cd_low, 0xEE));
+      _mm512_storeu_ps(y + i, _mm512_shuffle_ps(ab_high, cd_high, 0x44));
+      _mm512_storeu_ps(z + i, _mm512_shuffle_ps(ab_high, cd_high, 0xEE));
+    }
+#endif
+#if defined(__AVX2__)
+    // Eight at a time: the same transposes in the two halves of the vector.
+    auto rows = [&](int low, int high) {
+      return _mm256_insertf128_ps(_mm256_castps128_ps256(row(low)), row(high), 1);
+    };
+    const __m256i first8 = _mm256_set1_epi32(1);
+    for (; i + 8 <= value_count; i += 8) {
+      const int* g = node_list + i;
+      const __m256i group = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(g));
+      if (_mm256_movemask_epi8(_mm256_cmpeq_epi32(group, first8)) != 0) {
+        for (int j = i; j < i + 8; ++j) copy(j);
+        continue;
+      }
+      const __m256 ra = rows(g[0], g[4]), rb = rows(g[1], g[5]);
+      const __m256 rc = rows(g[2], g[6]), rd = rows(g[3], g[7]);
+      const __m256 ab_low = _mm256_unpacklo_ps(ra, rb), ab_high = _mm256_unpackhi_ps(ra, rb);
+      const __m256 cd_low = _mm256_unpacklo_ps(rc, rd), cd_high = _mm256_unpackhi_ps(rc, rd);
+      _mm256_storeu_ps(x + i, _mm256_shuffle_ps(ab_low, cd_low, 0xEE));
+      _mm256_storeu_ps(y + i, _mm256_shuffle_ps(ab_high, cd_high, 0x44));
+      _mm256_storeu_ps(z + i, _mm256_shuffle_ps(ab_high, cd_high, 0xEE));
+    }
+#endif
+    for (; i + 4 <= value_count; i += 4) {
+      const __m128i group = _mm_loadu_si128(reinterpret_cast<const __m128i*>(node_list + i));
+      if (_mm_movemask_epi8(_mm_cmpeq_epi32(group, first)) != 0) {
+        for (int j = i; j < i + 4; ++j) copy(j);
+        continue;
+      }
+      const __m128 ra = row(node_list[i]), rb = row(node_list[i + 1]);
+      const __m128 rc = row(node_list[i + 2]), rd = row(node_list[i + 3]);
+      const __m128 ab_low = _mm_unpacklo_ps(ra, rb), ab_high = _mm_unpackhi_ps(ra, rb);
+      const __m128 cd_low = _mm_unpacklo_ps(rc, rd), cd_high = _mm_unpackhi_ps(rc, rd);
+      _mm_storeu_ps(x + i, _mm_movehl_ps(cd_low, ab_low));
+      _mm_storeu_ps(y + i, _mm_movelh_ps(ab_high, cd_high));
+      _mm_storeu_ps(z + i, _mm_movehl_ps(cd_high, ab_high));
+    }
+    for (; i < value_count; ++i) copy(i);
+    return;
+  }
+#endif
+  gather(value_count, ndim, coord_stride, node_list, values_out, node_coords);
 }
 
 namespace {

@@ -54,6 +54,9 @@ void section_rule(int& count, float center, float width, float* STI_RESTRICT poi
 void gather(int value_count, int ndim, int coord_stride, const int* STI_RESTRICT node_list,
             float* STI_RESTRICT values_out, const float* STI_RESTRICT node_coords);
 
+void gather_solid(int value_count, int ndim, int coord_stride, const int* STI_RESTRICT node_list,
+                  float* STI_RESTRICT values_out, const float* STI_RESTRICT node_coords);
+
 void gather_planar_pairs(int n, int ndim, int coord_stride, int direction,
                          const int* STI_RESTRICT connectivity, float* STI_RESTRICT coords_g,
                          float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords);
