@@ -34,6 +34,31 @@ void full_membrane(int n, int* STI_RESTRICT elem_status, int point_index,
   }
 }
 
+void full_membrane_point(int n, int point_index, const float* STI_RESTRICT rule_dn1,
+                         const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT coords,
+                         const float* STI_RESTRICT axes, int* STI_RESTRICT elem_status,
+                         const float* STI_RESTRICT tri_flag, float* STI_RESTRICT element_mass,
+                         const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
+                         float* STI_RESTRICT lsq, float* STI_RESTRICT freq_a,
+                         float* STI_RESTRICT freq_b) {
+  if (n < 1) return;
+  const MembraneRule rule(point_index, rule_dn1, rule_dn2);
+  const float* STI_RESTRICT s_rows = axes;
+  const float* STI_RESTRICT t_rows = axes + 3 * n;
+  for (int e = 0; e < n; ++e) {
+    const Corners4 c =
+        plane_corners(four_nodes(coords, n, e), axis_of(s_rows, n, e), axis_of(t_rows, n, e));
+    const MembranePoint m = membrane_point(rule, c, tri_flag[e]);
+    lsq[e] = m.lsq;
+    element_mass[e] = thickness[e] * m.padded * density[e];
+    int status = m.jac == 0.0f ? 2 : elem_status[e];
+    status = 0.0f >= thickness[e] ? 3 : status;
+    elem_status[e] = status;
+    freq_a[e] = height_frequency(c, m.padded);
+    freq_b[e] = 0.0f;
+  }
+}
+
 void axisymmetric_shell(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT coords_g,
                         float* STI_RESTRICT local_line, float* STI_RESTRICT element_mass,
                         const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,

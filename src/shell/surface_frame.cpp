@@ -89,6 +89,12 @@ void frame_rows(int n, const float* coords, const Tangents* tangents, const Axis
 // c + 3 a.
 AxisRows frame_layout(float* frame, int n) { return {frame, frame + 3 * n, frame + 6 * n}; }
 
+// Six rows per point from `axes`: s, with the normal before it, then t.
+AxisRows axes_layout(float* axes, int n, int p) {
+  float* s = axes + 6 * n * p;
+  return {s, s + 3 * n, s};
+}
+
 template <class Tangents>
 void frame_of_point(int n, const float* coords, const Tangents& tangents, float* frame) {
   const AxisRows rows = frame_layout(frame, n);
@@ -110,8 +116,8 @@ void plane_rows(int n, const float* STI_RESTRICT vectors, const float* STI_RESTR
                 float* STI_RESTRICT local) {
 #pragma GCC ivdep
   for (int e = 0; e < n; ++e) {
-    const Corners4 c =
-        plane_corners(four_nodes(vectors, n, e), axis_of(frame, n, e), axis_of(frame + 3 * n, n, e));
+    const Vec3 s = axis_of(frame, n, e), t = axis_of(frame + 3 * n, n, e);
+    const Corners4 c = plane_corners(four_nodes(vectors, n, e), s, t);
     for (int k = 0; k < 4; ++k) {
       local[at(n, 4, e, k, 0)] = c.x[k];
       local[at(n, 4, e, k, 1)] = c.y[k];
@@ -136,6 +142,28 @@ void surface_plane(int n, int point_index, int run_point_count, const float* STI
   frame_of_point(n, point_index, run_point_count, rule_dn1, rule_dn2, coords, frame);
   plane_rows(n, coords, frame, local);
   if (vectors_d != nullptr) plane_rows(n, vectors_d, frame, local_d);
+}
+
+void membrane_axes(int n, int first_point, int count, const float* STI_RESTRICT rule_dn1,
+                   const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT coords,
+                   float* STI_RESTRICT axes) {
+  if (n < 1) return;
+  constexpr int kAll = 4;
+  if (count == kAll) {
+    PointTangents tangents[kAll];
+    AxisRows rows[kAll];
+    for (int p = 0; p < kAll; ++p) {
+      tangents[p] = PointTangents(first_point + p, rule_dn1, rule_dn2);
+      rows[p] = axes_layout(axes, n, p);
+    }
+    frame_rows<kAll>(n, coords, tangents, rows);
+    return;
+  }
+  for (int p = 0; p < count; ++p) {
+    const PointTangents tangents(first_point + p, rule_dn1, rule_dn2);
+    const AxisRows rows = axes_layout(axes, n, p);
+    frame_rows<1>(n, coords, &tangents, &rows);
+  }
 }
 
 }  // namespace sti::shell

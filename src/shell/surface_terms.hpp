@@ -31,7 +31,8 @@ struct CentreTangents {
 // Tangents at an integration point; bilinear derivatives pair up, so two
 // entries of each table give the full sum.
 struct PointTangents {
-  float a1, a4, b1, b3;
+  float a1 = 0.0f, a4 = 0.0f, b1 = 0.0f, b3 = 0.0f;
+  PointTangents() = default;
   PointTangents(int point_index, const float* rule_dn1, const float* rule_dn2) {
     const int first = kRuleNodes * (point_index - 1);
     a1 = rule_dn1[first + 0];
