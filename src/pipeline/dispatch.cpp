@@ -41,6 +41,13 @@ void surface_geometry(int n, int point_index, int run_point_count, Variant varia
                                tri_flag, element_mass, thickness, density, lsq, freq, freq + n);
     return;
   }
+  // The one-point quadrilaterals with the bound: the frame, then the rest in
+  // one pass.
+  if (quad_bound && variant == Variant::kPlain && run_point_count == 1) {
+    shell::one_point_surface(n, coords_g, surface.frame, elem_status, tri_flag, element_mass,
+                             thickness, density, lsq, freq, freq + n);
+    return;
+  }
 
   const bool pairs = variant == Variant::kContinuumShell;
   shell::surface_plane(n, point_index, run_point_count, rule_dn1, rule_dn2, coords_g,

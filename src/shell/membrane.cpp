@@ -43,11 +43,11 @@ void full_membrane_point(int n, int point_index, const float* STI_RESTRICT rule_
                          float* STI_RESTRICT freq_b) {
   if (n < 1) return;
   const MembraneRule rule(point_index, rule_dn1, rule_dn2);
-  const float* STI_RESTRICT s_rows = axes;
-  const float* STI_RESTRICT t_rows = axes + 3 * n;
+  const float* STI_RESTRICT s_axis = axes;
+  const float* STI_RESTRICT t_axis = axes + 3 * n;
   for (int e = 0; e < n; ++e) {
     const Corners4 c =
-        plane_corners(four_nodes(coords, n, e), axis_of(s_rows, n, e), axis_of(t_rows, n, e));
+        plane_corners(four_nodes(coords, n, e), axis_of(s_axis, n, e), axis_of(t_axis, n, e));
     const MembranePoint m = membrane_point(rule, c, tri_flag[e]);
     lsq[e] = m.lsq;
     element_mass[e] = thickness[e] * m.padded * density[e];

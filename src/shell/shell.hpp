@@ -48,6 +48,16 @@ void full_membrane_point(int n, int point_index, const float* STI_RESTRICT rule_
                          float* STI_RESTRICT lsq, float* STI_RESTRICT freq_a,
                          float* STI_RESTRICT freq_b);
 
+// The one-point quadrilateral surface from its global nodes: the frame of the
+// element centre (six rows into `axes`, as membrane_axes), then in one pass
+// the in-plane corners, the plane measure (status, mass, length term) and the
+// one-point frequency terms.
+void one_point_surface(int n, const float* STI_RESTRICT coords, float* STI_RESTRICT axes,
+                       int* STI_RESTRICT elem_status, const float* STI_RESTRICT tri_flag,
+                       float* STI_RESTRICT element_mass, const float* STI_RESTRICT thickness,
+                       const float* STI_RESTRICT density, float* STI_RESTRICT lsq,
+                       float* STI_RESTRICT freq_a, float* STI_RESTRICT freq_b);
+
 void axisymmetric_shell(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT coords_g,
                         float* STI_RESTRICT local_line, float* STI_RESTRICT element_mass,
                         const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,

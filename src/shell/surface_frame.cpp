@@ -166,4 +166,42 @@ void membrane_axes(int n, int first_point, int count, const float* STI_RESTRICT 
   }
 }
 
+void one_point_surface(int n, const float* STI_RESTRICT coords, float* STI_RESTRICT axes,
+                       int* STI_RESTRICT elem_status, const float* STI_RESTRICT tri_flag,
+                       float* STI_RESTRICT element_mass, const float* STI_RESTRICT thickness,
+                       const float* STI_RESTRICT density, float* STI_RESTRICT lsq,
+                       float* STI_RESTRICT freq_a, float* STI_RESTRICT freq_b) {
+  if (n < 1) return;
+  const CentreTangents tangents;
+  const AxisRows rows = axes_layout(axes, n, 0);
+  frame_rows<1>(n, coords, &tangents, &rows);
+  const float* STI_RESTRICT s_axis = rows.s;
+  const float* STI_RESTRICT t_axis = rows.t;
+  for (int e = 0; e < n; ++e) {
+    const Corners4 q =
+        plane_corners(four_nodes(coords, n, e), axis_of(s_axis, n, e), axis_of(t_axis, n, e));
+    const float x1 = q.x[0], y1 = q.y[0], x2 = q.x[1], y2 = q.y[1];
+    const float x3 = q.x[2], y3 = q.y[2], x4 = q.x[3], y4 = q.y[3];
+    const float f = tri_flag[e];
+
+    // The plane measure: a collapsed element gets a padded area of 1 and
+    // status 2; the thickness test comes after and overwrites it.
+    const float a = x1 - x3, b = x2 - x4, c = y2 - y4, d = y3 - y1;
+    const float area = max_of(0.5f * (a * c + b * d), 0.0f);  // a NaN clamps to 0
+    const float p = area == 0.0f ? 1.0f : 0.0f;
+    const float padded = area + p;
+    const float inverse = (1.0f - p) / padded;
+    int status = area == 0.0f ? 2 : elem_status[e];
+    status = thickness[e] <= 0.0f ? 3 : status;
+    elem_status[e] = status;
+    element_mass[e] = thickness[e] * padded * density[e];
+
+    // Gradient of the area by x1, y1, x2, y2; nodes 3 and 4 carry the negatives.
+    const float u1 = c * 0.5f, u2 = b * -0.5f, u3 = d * 0.5f, u4 = a * 0.5f;
+    const float s = p + u1 * u1 + u2 * u2 + u3 * u3 + u4 * u4 - f * (u1 * u3 + u2 * u4);
+    lsq[e] = (kOneSixth * f + 0.5f) * padded / s;
+    one_point_frequency(q, padded, inverse, freq_a[e], freq_b[e]);
+  }
+}
+
 }  // namespace sti::shell
