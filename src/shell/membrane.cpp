@@ -34,20 +34,22 @@ void full_membrane(int n, int* STI_RESTRICT elem_status, int point_index,
   }
 }
 
-void full_membrane_point(int n, int point_index, const float* STI_RESTRICT rule_dn1,
+namespace {
+// full_membrane_point's pass with the batch size as N, a constant for a full
+// batch (0: the run-time `count`), so that every row is a fixed offset.
+template <int N>
+void membrane_point_rows(int count, int point_index, const float* STI_RESTRICT rule_dn1,
                          const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT coords,
                          const float* STI_RESTRICT axes, int* STI_RESTRICT elem_status,
                          const float* STI_RESTRICT tri_flag, float* STI_RESTRICT element_mass,
                          const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
                          float* STI_RESTRICT lsq, float* STI_RESTRICT freq_a,
                          float* STI_RESTRICT freq_b) {
-  if (n < 1) return;
+  const int n = N > 0 ? N : count;
   const MembraneRule rule(point_index, rule_dn1, rule_dn2);
-  const float* STI_RESTRICT s_axis = axes;
-  const float* STI_RESTRICT t_axis = axes + 3 * n;
   for (int e = 0; e < n; ++e) {
     const Corners4 c =
-        plane_corners(four_nodes(coords, n, e), axis_of(s_axis, n, e), axis_of(t_axis, n, e));
+        plane_corners(four_nodes(coords, n, e), axis_of(axes, n, e), axis_of(axes + 3 * n, n, e));
     const MembranePoint m = membrane_point(rule, c, tri_flag[e]);
     lsq[e] = m.lsq;
     element_mass[e] = thickness[e] * m.padded * density[e];
@@ -57,6 +59,23 @@ void full_membrane_point(int n, int point_index, const float* STI_RESTRICT rule_
     freq_a[e] = height_frequency(c, m.padded);
     freq_b[e] = 0.0f;
   }
+}
+}  // namespace
+
+void full_membrane_point(int n, int point_index, const float* STI_RESTRICT rule_dn1,
+                         const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT coords,
+                         const float* STI_RESTRICT axes, int* STI_RESTRICT elem_status,
+                         const float* STI_RESTRICT tri_flag, float* STI_RESTRICT element_mass,
+                         const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
+                         float* STI_RESTRICT lsq, float* STI_RESTRICT freq_a,
+                         float* STI_RESTRICT freq_b) {
+  if (n == kBatchCapacity)
+    membrane_point_rows<kBatchCapacity>(n, point_index, rule_dn1, rule_dn2, coords, axes,
+                                        elem_status, tri_flag, element_mass, thickness, density,
+                                        lsq, freq_a, freq_b);
+  else if (n > 0)
+    membrane_point_rows<0>(n, point_index, rule_dn1, rule_dn2, coords, axes, elem_status,
+                           tri_flag, element_mass, thickness, density, lsq, freq_a, freq_b);
 }
 
 void axisymmetric_shell(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT coords_g,

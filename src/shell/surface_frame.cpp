@@ -18,13 +18,17 @@ namespace sti::shell {
 
 namespace {
 
-// Where one point's frame lies: three rows each (x, y, z over the batch) for
-// s, t and the normal. The normal may share the rows of s: the last step
-// then writes s over it.
+// Where the frame rows of point p lie, three rows (x, y, z over the batch)
+// per axis. In the frame layout (one point) s, t and the normal follow each
+// other; in the axes layout each point has six rows, s then t, and its normal
+// lies in the rows of s until s is written over it.
+template <bool Frame>
 struct AxisRows {
-  float* s;
-  float* t;
-  float* nrm;
+  float* base;
+  int n;
+  float* s(int p) const { return base + 6 * n * p; }
+  float* t(int p) const { return s(p) + 3 * n; }
+  float* nrm(int p) const { return Frame ? base + 6 * n : s(p); }
 };
 
 inline void store_axis(float* rows, int n, int e, Vec3 v) {
@@ -33,11 +37,20 @@ inline void store_axis(float* rows, int n, int e, Vec3 v) {
   rows[e + 2 * n] = v.z;
 }
 
+// The stages take the batch size as N, a constant for a full batch (0: the
+// run-time `count`), so that every row is a fixed offset from one base.
+template <int N>
+inline int batch_size(int count) {
+  return N > 0 ? N : count;
+}
+
 // Unit normals of P points. The loops over the points are unrolled, so the
 // node differences that the points' tangents share are formed once.
-template <int P, class Tangents>
-void normal_rows(int n, const float* STI_RESTRICT coords, const Tangents* tangents,
-                 const AxisRows* rows) {
+template <int N, int P, bool Frame, class Tangents>
+void normal_rows(int count, const float* STI_RESTRICT coords, const Tangents* tangents,
+                 float* base) {
+  const int n = batch_size<N>(count);
+  const AxisRows<Frame> rows{base, n};
 #pragma GCC ivdep
   for (int e = 0; e < n; ++e) {
     const Nodes4 x = four_nodes(coords, n, e);
@@ -45,60 +58,61 @@ void normal_rows(int n, const float* STI_RESTRICT coords, const Tangents* tangen
     for (int p = 0; p < P; ++p) {
       Vec3 a, b;
       tangents[p](x.p[0], x.p[1], x.p[2], x.p[3], a, b);
-      store_axis(rows[p].nrm, n, e, normalised<Guard::kStrict>(cross(a, b)));
+      store_axis(rows.nrm(p), n, e, normalised<Guard::kStrict>(cross(a, b)));
     }
   }
 }
 
 // The first in-plane axis t of P points from their normals.
-template <int P>
-void t_rows(int n, const AxisRows* rows) {
+template <int N, int P, bool Frame>
+void t_rows(int count, float* base) {
+  const int n = batch_size<N>(count);
+  const AxisRows<Frame> rows{base, n};
 #pragma GCC ivdep
   for (int e = 0; e < n; ++e) {
 #pragma GCC unroll 4
     for (int p = 0; p < P; ++p) {
-      const Vec3 nrm = axis_of(rows[p].nrm, n, e);
+      const Vec3 nrm = axis_of(rows.nrm(p), n, e);
       const bool away_from_x = kTieBreakNx > std::fabs(nrm.x);
       const Vec3 w = away_from_x ? Vec3{0.0f, nrm.z, -nrm.y} : Vec3{nrm.y, -nrm.x, 0.0f};
-      store_axis(rows[p].t, n, e, normalised<Guard::kStrict>(w));
+      store_axis(rows.t(p), n, e, normalised<Guard::kStrict>(w));
     }
   }
 }
 
 // The second in-plane axis s = |t x n| of P points.
-template <int P>
-void s_rows(int n, const AxisRows* rows) {
+template <int N, int P, bool Frame>
+void s_rows(int count, float* base) {
+  const int n = batch_size<N>(count);
+  const AxisRows<Frame> rows{base, n};
 #pragma GCC ivdep
   for (int e = 0; e < n; ++e) {
 #pragma GCC unroll 4
     for (int p = 0; p < P; ++p) {
-      const Vec3 nrm = axis_of(rows[p].nrm, n, e), t = axis_of(rows[p].t, n, e);
-      store_axis(rows[p].s, n, e, normalised<Guard::kStrict>(cross(t, nrm)));
+      const Vec3 nrm = axis_of(rows.nrm(p), n, e), t = axis_of(rows.t(p), n, e);
+      store_axis(rows.s(p), n, e, normalised<Guard::kStrict>(cross(t, nrm)));
     }
   }
 }
 
-template <int P, class Tangents>
-void frame_rows(int n, const float* coords, const Tangents* tangents, const AxisRows* rows) {
-  normal_rows<P>(n, coords, tangents, rows);
-  t_rows<P>(n, rows);
-  s_rows<P>(n, rows);
+template <int N, int P, bool Frame, class Tangents>
+void frame_rows(int count, const float* coords, const Tangents* tangents, float* base) {
+  normal_rows<N, P, Frame>(count, coords, tangents, base);
+  t_rows<N, P, Frame>(count, base);
+  s_rows<N, P, Frame>(count, base);
 }
 
-// Rows of the frame layout: component c of axis a (0 s, 1 t, 2 n) in row
-// c + 3 a.
-AxisRows frame_layout(float* frame, int n) { return {frame, frame + 3 * n, frame + 6 * n}; }
-
-// Six rows per point from `axes`: s, with the normal before it, then t.
-AxisRows axes_layout(float* axes, int n, int p) {
-  float* s = axes + 6 * n * p;
-  return {s, s + 3 * n, s};
+template <int P, bool Frame, class Tangents>
+void batch_frame_rows(int n, const float* coords, const Tangents* tangents, float* base) {
+  if (n == kBatchCapacity)
+    frame_rows<kBatchCapacity, P, Frame>(n, coords, tangents, base);
+  else
+    frame_rows<0, P, Frame>(n, coords, tangents, base);
 }
 
 template <class Tangents>
 void frame_of_point(int n, const float* coords, const Tangents& tangents, float* frame) {
-  const AxisRows rows = frame_layout(frame, n);
-  frame_rows<1>(n, coords, &tangents, &rows);
+  batch_frame_rows<1, true>(n, coords, &tangents, frame);
 }
 
 void frame_of_point(int n, int point_index, int run_point_count, const float* rule_dn1,
@@ -122,6 +136,42 @@ void plane_rows(int n, const float* STI_RESTRICT vectors, const float* STI_RESTR
       local[at(n, 4, e, k, 0)] = c.x[k];
       local[at(n, 4, e, k, 1)] = c.y[k];
     }
+  }
+}
+
+// The one-point quadrilateral after its frame (s and t rows of `axes`), in
+// one pass: in-plane corners, plane measure and one-point frequency terms.
+template <int N>
+void one_point_rows(int count, const float* STI_RESTRICT coords, const float* STI_RESTRICT axes,
+                    int* STI_RESTRICT elem_status, const float* STI_RESTRICT tri_flag,
+                    float* STI_RESTRICT element_mass, const float* STI_RESTRICT thickness,
+                    const float* STI_RESTRICT density, float* STI_RESTRICT lsq,
+                    float* STI_RESTRICT freq_a, float* STI_RESTRICT freq_b) {
+  const int n = batch_size<N>(count);
+  for (int e = 0; e < n; ++e) {
+    const Corners4 q =
+        plane_corners(four_nodes(coords, n, e), axis_of(axes, n, e), axis_of(axes + 3 * n, n, e));
+    const float x1 = q.x[0], y1 = q.y[0], x2 = q.x[1], y2 = q.y[1];
+    const float x3 = q.x[2], y3 = q.y[2], x4 = q.x[3], y4 = q.y[3];
+    const float f = tri_flag[e];
+
+    // The plane measure: a collapsed element gets a padded area of 1 and
+    // status 2; the thickness test comes after and overwrites it.
+    const float a = x1 - x3, b = x2 - x4, c = y2 - y4, d = y3 - y1;
+    const float area = max_of(0.5f * (a * c + b * d), 0.0f);  // a NaN clamps to 0
+    const float p = area == 0.0f ? 1.0f : 0.0f;
+    const float padded = area + p;
+    const float inverse = (1.0f - p) / padded;
+    int status = area == 0.0f ? 2 : elem_status[e];
+    status = thickness[e] <= 0.0f ? 3 : status;
+    elem_status[e] = status;
+    element_mass[e] = thickness[e] * padded * density[e];
+
+    // Gradient of the area by x1, y1, x2, y2; nodes 3 and 4 carry the negatives.
+    const float u1 = c * 0.5f, u2 = b * -0.5f, u3 = d * 0.5f, u4 = a * 0.5f;
+    const float s = p + u1 * u1 + u2 * u2 + u3 * u3 + u4 * u4 - f * (u1 * u3 + u2 * u4);
+    lsq[e] = (kOneSixth * f + 0.5f) * padded / s;
+    one_point_frequency(q, padded, inverse, freq_a[e], freq_b[e]);
   }
 }
 
@@ -151,18 +201,13 @@ void membrane_axes(int n, int first_point, int count, const float* STI_RESTRICT 
   constexpr int kAll = 4;
   if (count == kAll) {
     PointTangents tangents[kAll];
-    AxisRows rows[kAll];
-    for (int p = 0; p < kAll; ++p) {
-      tangents[p] = PointTangents(first_point + p, rule_dn1, rule_dn2);
-      rows[p] = axes_layout(axes, n, p);
-    }
-    frame_rows<kAll>(n, coords, tangents, rows);
+    for (int p = 0; p < kAll; ++p) tangents[p] = PointTangents(first_point + p, rule_dn1, rule_dn2);
+    batch_frame_rows<kAll, false>(n, coords, tangents, axes);
     return;
   }
   for (int p = 0; p < count; ++p) {
     const PointTangents tangents(first_point + p, rule_dn1, rule_dn2);
-    const AxisRows rows = axes_layout(axes, n, p);
-    frame_rows<1>(n, coords, &tangents, &rows);
+    batch_frame_rows<1, false>(n, coords, &tangents, axes + 6 * n * p);
   }
 }
 
@@ -173,35 +218,13 @@ void one_point_surface(int n, const float* STI_RESTRICT coords, float* STI_RESTR
                        float* STI_RESTRICT freq_a, float* STI_RESTRICT freq_b) {
   if (n < 1) return;
   const CentreTangents tangents;
-  const AxisRows rows = axes_layout(axes, n, 0);
-  frame_rows<1>(n, coords, &tangents, &rows);
-  const float* STI_RESTRICT s_axis = rows.s;
-  const float* STI_RESTRICT t_axis = rows.t;
-  for (int e = 0; e < n; ++e) {
-    const Corners4 q =
-        plane_corners(four_nodes(coords, n, e), axis_of(s_axis, n, e), axis_of(t_axis, n, e));
-    const float x1 = q.x[0], y1 = q.y[0], x2 = q.x[1], y2 = q.y[1];
-    const float x3 = q.x[2], y3 = q.y[2], x4 = q.x[3], y4 = q.y[3];
-    const float f = tri_flag[e];
-
-    // The plane measure: a collapsed element gets a padded area of 1 and
-    // status 2; the thickness test comes after and overwrites it.
-    const float a = x1 - x3, b = x2 - x4, c = y2 - y4, d = y3 - y1;
-    const float area = max_of(0.5f * (a * c + b * d), 0.0f);  // a NaN clamps to 0
-    const float p = area == 0.0f ? 1.0f : 0.0f;
-    const float padded = area + p;
-    const float inverse = (1.0f - p) / padded;
-    int status = area == 0.0f ? 2 : elem_status[e];
-    status = thickness[e] <= 0.0f ? 3 : status;
-    elem_status[e] = status;
-    element_mass[e] = thickness[e] * padded * density[e];
-
-    // Gradient of the area by x1, y1, x2, y2; nodes 3 and 4 carry the negatives.
-    const float u1 = c * 0.5f, u2 = b * -0.5f, u3 = d * 0.5f, u4 = a * 0.5f;
-    const float s = p + u1 * u1 + u2 * u2 + u3 * u3 + u4 * u4 - f * (u1 * u3 + u2 * u4);
-    lsq[e] = (kOneSixth * f + 0.5f) * padded / s;
-    one_point_frequency(q, padded, inverse, freq_a[e], freq_b[e]);
-  }
+  batch_frame_rows<1, false>(n, coords, &tangents, axes);
+  if (n == kBatchCapacity)
+    one_point_rows<kBatchCapacity>(n, coords, axes, elem_status, tri_flag, element_mass,
+                                   thickness, density, lsq, freq_a, freq_b);
+  else
+    one_point_rows<0>(n, coords, axes, elem_status, tri_flag, element_mass, thickness, density,
+                      lsq, freq_a, freq_b);
 }
 
 }  // namespace sti::shell
