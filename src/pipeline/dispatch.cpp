@@ -24,19 +24,16 @@ void surface_geometry(int n, int point_index, int run_point_count, Variant varia
                       const float* density, float* lsq, float* freq, const float* rule_dn1,
                       const float* rule_dn2, const GeometryWork& w) {
   SurfaceWork& surface = w.shape->surface;
-  // The fully integrated membrane with its frequency bound: the frame, then
-  // the rest in one pass. With the points in turn, point 1 forms the axes of
-  // them all.
+  // The fully integrated membrane with its frequency bound, its points in
+  // turn: point 1 forms the axes of them all, then each point the rest in one
+  // pass.
   const bool quad_bound = freq_flag == 1 && tri_flag[0] != 1.0f;
-  if (quad_bound && variant == Variant::kFullMembrane) {
+  if (quad_bound && variant == Variant::kFullMembrane && w.points_in_turn &&
+      run_point_count == kMembraneAxesPoints) {
     float* axes = w.shape->membrane_axes;
-    if (w.points_in_turn && run_point_count <= kMembraneAxesPoints) {
-      if (point_index == 1)
-        shell::membrane_axes(n, 1, run_point_count, rule_dn1, rule_dn2, coords_g, axes);
-      axes += 6 * n * (point_index - 1);
-    } else {
-      shell::membrane_axes(n, point_index, 1, rule_dn1, rule_dn2, coords_g, axes);
-    }
+    if (point_index == 1)
+      shell::membrane_axes(n, rule_dn1, rule_dn2, coords_g, axes);
+    axes += 6 * n * (point_index - 1);
     shell::full_membrane_point(n, point_index, rule_dn1, rule_dn2, coords_g, axes, elem_status,
                                tri_flag, element_mass, thickness, density, lsq, freq, freq + n);
     return;

@@ -28,13 +28,12 @@ void full_membrane(int n, int* STI_RESTRICT elem_status, int point_index,
                    float* STI_RESTRICT element_mass, const float* STI_RESTRICT thickness,
                    const float* STI_RESTRICT density, float* STI_RESTRICT lsq);
 
-// Axes s and t of the fully integrated membrane at `count` points from
-// `first_point` (count 4 forms them together, sharing the node differences of
-// their tangents): point first_point + p in the six rows from axes + 6 n p,
-// s then t, each as x, y and z rows. The same axes as surface_frame's.
-void membrane_axes(int n, int first_point, int count, const float* STI_RESTRICT rule_dn1,
-                   const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT coords,
-                   float* STI_RESTRICT axes);
+// Axes s and t of the fully integrated membrane at the four points of its
+// rule, formed together (the points' tangents share their node differences):
+// point p + 1 in the six rows from axes + 6 n p, s then t, each as x, y and z
+// rows. The same axes as surface_frame's at each point.
+void membrane_axes(int n, const float* STI_RESTRICT rule_dn1, const float* STI_RESTRICT rule_dn2,
+                   const float* STI_RESTRICT coords, float* STI_RESTRICT axes);
 
 // The fully integrated membrane at one point from its global nodes and that
 // point's six axis rows of membrane_axes, in one pass: the in-plane corners,

@@ -194,21 +194,13 @@ void surface_plane(int n, int point_index, int run_point_count, const float* STI
   if (vectors_d != nullptr) plane_rows(n, vectors_d, frame, local_d);
 }
 
-void membrane_axes(int n, int first_point, int count, const float* STI_RESTRICT rule_dn1,
-                   const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT coords,
-                   float* STI_RESTRICT axes) {
+void membrane_axes(int n, const float* STI_RESTRICT rule_dn1, const float* STI_RESTRICT rule_dn2,
+                   const float* STI_RESTRICT coords, float* STI_RESTRICT axes) {
   if (n < 1) return;
-  constexpr int kAll = 4;
-  if (count == kAll) {
-    PointTangents tangents[kAll];
-    for (int p = 0; p < kAll; ++p) tangents[p] = PointTangents(first_point + p, rule_dn1, rule_dn2);
-    batch_frame_rows<kAll, false>(n, coords, tangents, axes);
-    return;
-  }
-  for (int p = 0; p < count; ++p) {
-    const PointTangents tangents(first_point + p, rule_dn1, rule_dn2);
-    batch_frame_rows<1, false>(n, coords, &tangents, axes + 6 * n * p);
-  }
+  constexpr int kPoints = 4;
+  PointTangents tangents[kPoints];
+  for (int p = 0; p < kPoints; ++p) tangents[p] = PointTangents(p + 1, rule_dn1, rule_dn2);
+  batch_frame_rows<kPoints, false>(n, coords, tangents, axes);
 }
 
 void one_point_surface(int n, const float* STI_RESTRICT coords, float* STI_RESTRICT axes,
