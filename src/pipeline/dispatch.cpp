@@ -23,38 +23,61 @@ void surface_geometry(int n, int point_index, int run_point_count, Variant varia
                       const float* coords_d, float* element_mass, const float* thickness,
                       const float* density, float* lsq, float* freq, const float* rule_dn1,
                       const float* rule_dn2, const GeometryWork& w) {
+  SurfaceWork& surface = w.shape->surface;
+  // The fully integrated membrane with its frequency bound, its points in
+  // turn: point 1 forms the axes of them all, then each point the rest in one
+  // pass.
+  const bool quad_bound = freq_flag == 1 && tri_flag[0] != 1.0f;
+  if (quad_bound && variant == Variant::kFullMembrane && w.points_in_turn &&
+      run_point_count == kMembraneAxesPoints) {
+    float* axes = w.shape->membrane_axes;
+    if (point_index == 1)
+      shell::membrane_axes(n, rule_dn1, rule_dn2, coords_g, axes);
+    axes += 6 * n * (point_index - 1);
+    shell::full_membrane_point(n, point_index, rule_dn1, rule_dn2, coords_g, axes, elem_status,
+                               tri_flag, element_mass, thickness, density, lsq, freq, freq + n);
+    return;
+  }
+  // The one-point quadrilaterals with the bound: the frame, then the rest in
+  // one pass.
+  if (quad_bound && variant == Variant::kPlain && run_point_count == 1) {
+    shell::one_point_surface(n, coords_g, surface.frame, elem_status, tri_flag, element_mass,
+                             thickness, density, lsq, freq, freq + n);
+    return;
+  }
+
   const bool pairs = variant == Variant::kContinuumShell;
   shell::surface_plane(n, point_index, run_point_count, rule_dn1, rule_dn2, coords_g,
-                       w.shape->surface.frame, w.shape->surface.local_g,
-                       pairs ? coords_d : nullptr, w.shape->surface.local_d);
+                       surface.frame, surface.local_g, pairs ? coords_d : nullptr,
+                       surface.local_d);
 
   if (pairs) {
-    shell::continuum_shell(n, elem_status, tri_flag, w.shape->surface.local_g, coords_d,
-                           w.shape->surface.local_d, element_mass, thickness, density, lsq);
+    shell::continuum_shell(n, elem_status, tri_flag, surface.local_g, coords_d, surface.local_d,
+                           element_mass, thickness, density, lsq);
     return;
   }
 
   if (run_point_count == 1) {
-    continuum::plane_quadrilateral(n, elem_status, tri_flag, w.shape->surface.local_g, w.work_a,
-                                   w.work_b, element_mass, thickness, density, lsq);
+    continuum::plane_quadrilateral(n, elem_status, tri_flag, surface.local_g, w.work_a, w.work_b,
+                                   element_mass, thickness, density, lsq);
   } else {
     shell::full_membrane(n, elem_status, point_index, tri_flag, rule_dn1, rule_dn2,
-                         w.shape->surface.local_g, w.work_a, w.work_b, element_mass, thickness,
-                         density, lsq);
+                         surface.local_g, w.work_a, w.work_b, element_mass, thickness, density,
+                         lsq);
   }
 
   if (variant == Variant::kSmallStrainShell) {
-    shell::small_strain_shell_frequency(n, w.shape->surface.local_g, w.work_a, w.work_b, lsq,
+    shell::small_strain_shell_frequency(n, surface.local_g, w.work_a, w.work_b, lsq,
                                         tri_flag, freq);
     return;
   }
 
   if (freq_flag != 1) return;
   if (tri_flag[0] == 1.0f) {
-    shell::triangle_frequency(n, w.shape->surface.local_g, w.work_b, freq);
+    shell::triangle_frequency(n, surface.local_g, w.work_b, freq);
   } else {
     const int full_integration = variant == Variant::kFullMembrane ? 1 : 0;
-    shell::quadrilateral_frequency(full_integration, n, w.shape->surface.local_g, w.work_a,
+    shell::quadrilateral_frequency(full_integration, n, surface.local_g, w.work_a,
                                    w.work_b, freq);
   }
 }

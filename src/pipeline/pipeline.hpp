@@ -21,10 +21,12 @@ struct SurfaceWork {
     CohesiveFrameTerms cohesive;            // solid cohesive elements
   };
 };
+inline constexpr int kMembraneAxesPoints = 4;  // points of a full membrane's rule
 union ShapeWork {
   float quad_coords[kBatchCapacity * 4 * 2];  // six-node triangles: the point's quadrilateral
   float local_line[kBatchCapacity * 2 * 2];   // axisymmetric shells
   SurfaceWork surface;                        // membranes, shells, cohesive solids
+  float membrane_axes[kBatchCapacity * 6 * kMembraneAxesPoints];  // full membranes: s, t by point
   cohesive::LaterCorners cohesive_corners;    // cohesive solids in a point loop
 };
 // Where the caller keeps them.

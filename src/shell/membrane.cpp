@@ -9,12 +9,9 @@
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
 #include "shell/shell.hpp"
+#include "shell/surface_terms.hpp"
 
 namespace sti::shell {
-
-namespace {
-constexpr int kRuleNodes = 4;
-}  // namespace
 
 void full_membrane(int n, int* STI_RESTRICT elem_status, int point_index,
                    const float* STI_RESTRICT tri_flag, const float* STI_RESTRICT rule_dn1,
@@ -23,49 +20,62 @@ void full_membrane(int n, int* STI_RESTRICT elem_status, int point_index,
                    float* STI_RESTRICT element_mass, const float* STI_RESTRICT thickness,
                    const float* STI_RESTRICT density, float* STI_RESTRICT lsq) {
   if (n < 1) return;
-  const int row = kRuleNodes * (point_index - 1);
-  const float a1 = rule_dn1[row + 0], a2 = rule_dn1[row + 1];
-  const float a3 = rule_dn1[row + 2], a4 = rule_dn1[row + 3];
-  const float b1 = rule_dn2[row + 0], b2 = rule_dn2[row + 1];
-  const float b3 = rule_dn2[row + 2], b4 = rule_dn2[row + 3];
+  const MembraneRule rule(point_index, rule_dn1, rule_dn2);
   for (int e = 0; e < n; ++e) {
-    const Corners4 c = four_corners(local_g, n, e);
-    const float x1 = c.x[0], y1 = c.y[0], x2 = c.x[1], y2 = c.y[1];
-    const float x3 = c.x[2], y3 = c.y[2], x4 = c.x[3], y4 = c.y[3];
-
-    const float j11 = a1 * x1 + a2 * x2 + a3 * x3 + a4 * x4;
-    const float j12 = a1 * y1 + a2 * y2 + a3 * y3 + a4 * y4;
-    const float j21 = b1 * x1 + b2 * x2 + b3 * x3 + b4 * x4;
-    const float j22 = b1 * y1 + b2 * y2 + b3 * y3 + b4 * y4;
-
-    // In the point's own frame J is the length of the tangents' cross
-    // product; the clamp only catches rounding (and a NaN).
-    const float jac = max_of(j11 * j22 - j21 * j12, 0.0f);
-    const float g = jac == 0.0f ? 1.0f : 0.0f;
-    elem_status[e] = jac == 0.0f ? 2 : elem_status[e];
-    const float padded = jac + g;
-    work_a[e] = padded;
-    work_b[e] = (1.0f - g) / padded;
-
-    // Shape function gradients times J; the pairs of the bilinear derivative
-    // tables let the first and third of one and the first two of the other do.
-    const float p1 = a1 * j22 - b1 * j12;
-    const float p2 = -(a1 * j22 + b2 * j12);
-    const float p3 = b2 * j12 + a3 * j22;
-    const float p4 = b1 * j12 - a3 * j22;
-    const float q1 = b1 * j11 - a1 * j21;
-    const float q2 = a1 * j21 + b2 * j11;
-    const float q3 = -(b2 * j11 + a3 * j21);
-    const float q4 = a3 * j21 - b1 * j11;
-    // A stored triangle merges the gradients of nodes 1 and 4.
-    const float w = p1 * p1 + p2 * p2 + p3 * p3 + p4 * p4 + q1 * q1 + q2 * q2 + q3 * q3 + q4 * q4 +
-                    2.0f * tri_flag[e] * (p1 * p4 + q1 * q4) + g;
-    lsq[e] = padded / w;
-
-    element_mass[e] = thickness[e] * padded * density[e];
+    const MembranePoint m = membrane_point(rule, four_corners(local_g, n, e), tri_flag[e]);
+    work_a[e] = m.padded;
+    work_b[e] = (1.0f - m.g) / m.padded;
+    lsq[e] = m.lsq;
+    element_mass[e] = thickness[e] * m.padded * density[e];
     // The thickness test overwrites a status 2 of the same element.
-    elem_status[e] = 0.0f >= thickness[e] ? 3 : elem_status[e];
+    int status = m.jac == 0.0f ? 2 : elem_status[e];
+    status = 0.0f >= thickness[e] ? 3 : status;
+    elem_status[e] = status;
   }
+}
+
+namespace {
+// full_membrane_point's pass with the batch size as N, a constant for a full
+// batch (0: the run-time `count`), so that every row is a fixed offset.
+template <int N>
+void membrane_point_rows(int count, int point_index, const float* STI_RESTRICT rule_dn1,
+                         const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT coords,
+                         const float* STI_RESTRICT axes, int* STI_RESTRICT elem_status,
+                         const float* STI_RESTRICT tri_flag, float* STI_RESTRICT element_mass,
+                         const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
+                         float* STI_RESTRICT lsq, float* STI_RESTRICT freq_a,
+                         float* STI_RESTRICT freq_b) {
+  const int n = N > 0 ? N : count;
+  const MembraneRule rule(point_index, rule_dn1, rule_dn2);
+  for (int e = 0; e < n; ++e) {
+    const Corners4 c =
+        plane_corners(four_nodes(coords, n, e), axis_of(axes, n, e), axis_of(axes + 3 * n, n, e));
+    const MembranePoint m = membrane_point(rule, c, tri_flag[e]);
+    lsq[e] = m.lsq;
+    element_mass[e] = thickness[e] * m.padded * density[e];
+    int status = m.jac == 0.0f ? 2 : elem_status[e];
+    status = 0.0f >= thickness[e] ? 3 : status;
+    elem_status[e] = status;
+    freq_a[e] = height_frequency(c, m.padded);
+    freq_b[e] = 0.0f;
+  }
+}
+}  // namespace
+
+void full_membrane_point(int n, int point_index, const float* STI_RESTRICT rule_dn1,
+                         const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT coords,
+                         const float* STI_RESTRICT axes, int* STI_RESTRICT elem_status,
+                         const float* STI_RESTRICT tri_flag, float* STI_RESTRICT element_mass,
+                         const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
+                         float* STI_RESTRICT lsq, float* STI_RESTRICT freq_a,
+                         float* STI_RESTRICT freq_b) {
+  if (n == kBatchCapacity)
+    membrane_point_rows<kBatchCapacity>(n, point_index, rule_dn1, rule_dn2, coords, axes,
+                                        elem_status, tri_flag, element_mass, thickness, density,
+                                        lsq, freq_a, freq_b);
+  else if (n > 0)
+    membrane_point_rows<0>(n, point_index, rule_dn1, rule_dn2, coords, axes, elem_status,
+                           tri_flag, element_mass, thickness, density, lsq, freq_a, freq_b);
 }
 
 void axisymmetric_shell(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT coords_g,

@@ -28,6 +28,35 @@ void full_membrane(int n, int* STI_RESTRICT elem_status, int point_index,
                    float* STI_RESTRICT element_mass, const float* STI_RESTRICT thickness,
                    const float* STI_RESTRICT density, float* STI_RESTRICT lsq);
 
+// Axes s and t of the fully integrated membrane at the four points of its
+// rule, formed together (the points' tangents share their node differences):
+// point p + 1 in the six rows from axes + 6 n p, s then t, each as x, y and z
+// rows. The same axes as surface_frame's at each point.
+void membrane_axes(int n, const float* STI_RESTRICT rule_dn1, const float* STI_RESTRICT rule_dn2,
+                   const float* STI_RESTRICT coords, float* STI_RESTRICT axes);
+
+// The fully integrated membrane at one point from its global nodes and that
+// point's six axis rows of membrane_axes, in one pass: the in-plane corners,
+// full_membrane's status, mass and length term, and the minimum-height
+// frequency term (freq_b zero).
+void full_membrane_point(int n, int point_index, const float* STI_RESTRICT rule_dn1,
+                         const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT coords,
+                         const float* STI_RESTRICT axes, int* STI_RESTRICT elem_status,
+                         const float* STI_RESTRICT tri_flag, float* STI_RESTRICT element_mass,
+                         const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,
+                         float* STI_RESTRICT lsq, float* STI_RESTRICT freq_a,
+                         float* STI_RESTRICT freq_b);
+
+// The one-point quadrilateral surface from its global nodes: the frame of the
+// element centre (six rows into `axes`, as membrane_axes), then in one pass
+// the in-plane corners, the plane measure (status, mass, length term) and the
+// one-point frequency terms.
+void one_point_surface(int n, const float* STI_RESTRICT coords, float* STI_RESTRICT axes,
+                       int* STI_RESTRICT elem_status, const float* STI_RESTRICT tri_flag,
+                       float* STI_RESTRICT element_mass, const float* STI_RESTRICT thickness,
+                       const float* STI_RESTRICT density, float* STI_RESTRICT lsq,
+                       float* STI_RESTRICT freq_a, float* STI_RESTRICT freq_b);
+
 void axisymmetric_shell(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT coords_g,
                         float* STI_RESTRICT local_line, float* STI_RESTRICT element_mass,
                         const float* STI_RESTRICT thickness, const float* STI_RESTRICT density,

@@ -6,129 +6,173 @@
 // follows finds a zero area and reports it.
 //
 // Each axis waits on a square root and a division of the one before it, so
-// the batch is taken one step at a time (normals, then in-plane axes, then
-// the rotation into them): short loops whose iterations overlap, rather than
-// one long chain per element.
+// the batch is taken one step at a time (normals, then t, then s, then what
+// uses them): short loops whose iterations overlap, rather than one long
+// chain per element.
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
 #include "shell/shell.hpp"
+#include "shell/surface_terms.hpp"
 
 namespace sti::shell {
 
 namespace {
 
-// Rows of the surface rule tables: four nodes per point.
-constexpr int kRuleNodes = 4;
-
-inline Vec3 node_of(const float* coords, int n, int e, int k) {
-  return {coords[at(n, 4, e, k, 0)], coords[at(n, 4, e, k, 1)], coords[at(n, 4, e, k, 2)]};
-}
-
-// Unscaled tangents of the element centre.
-struct CentreTangents {
-  void operator()(Vec3 x1, Vec3 x2, Vec3 x3, Vec3 x4, Vec3& a, Vec3& b) const {
-    a = {((x2.x - x1.x) + x3.x) - x4.x, ((x2.y - x1.y) + x3.y) - x4.y,
-         ((x2.z - x1.z) + x3.z) - x4.z};
-    b = {((x3.x - x1.x) + x4.x) - x2.x, ((x3.y - x1.y) + x4.y) - x2.y,
-         ((x3.z - x1.z) + x4.z) - x2.z};
-  }
+// Where the frame rows of point p lie, three rows (x, y, z over the batch)
+// per axis. In the frame layout (one point) s, t and the normal follow each
+// other; in the axes layout each point has six rows, s then t, and its normal
+// lies in the rows of s until s is written over it.
+template <bool Frame>
+struct AxisRows {
+  float* base;
+  int n;
+  float* s(int p) const { return base + 6 * n * p; }
+  float* t(int p) const { return s(p) + 3 * n; }
+  float* nrm(int p) const { return Frame ? base + 6 * n : s(p); }
 };
 
-// Tangents at an integration point; bilinear derivatives pair up, so two
-// entries of each table give the full sum.
-struct PointTangents {
-  float a1, a4, b1, b3;
-  PointTangents(int point_index, const float* rule_dn1, const float* rule_dn2) {
-    const int first = kRuleNodes * (point_index - 1);
-    a1 = rule_dn1[first + 0];
-    a4 = rule_dn1[first + 3];
-    b1 = rule_dn2[first + 0];
-    b3 = rule_dn2[first + 2];
-  }
-  void operator()(Vec3 x1, Vec3 x2, Vec3 x3, Vec3 x4, Vec3& a, Vec3& b) const {
-    a = {(x1.x - x2.x) * a1 + (x4.x - x3.x) * a4, (x1.y - x2.y) * a1 + (x4.y - x3.y) * a4,
-         (x1.z - x2.z) * a1 + (x4.z - x3.z) * a4};
-    b = {(x1.x - x4.x) * b1 + (x3.x - x2.x) * b3, (x1.y - x4.y) * b1 + (x3.y - x2.y) * b3,
-         (x1.z - x4.z) * b1 + (x3.z - x2.z) * b3};
-  }
-};
-
-// Unit normal of element e from its tangents.
-template <class Tangents>
-inline Vec3 element_normal(const float* coords, int n, int e, const Tangents& tangents) {
-  Vec3 a, b;
-  tangents(node_of(coords, n, e, 0), node_of(coords, n, e, 1), node_of(coords, n, e, 2),
-           node_of(coords, n, e, 3), a, b);
-  return normalised<Guard::kStrict>(cross(a, b));
+inline void store_axis(float* rows, int n, int e, Vec3 v) {
+  rows[e] = v.x;
+  rows[e + n] = v.y;
+  rows[e + 2 * n] = v.z;
 }
 
-// Component of a nodal vector q along a frame axis.
-inline float along(float qx, float qy, float qz, Vec3 axis) {
-  return qx * axis.x + qy * axis.y + qz * axis.z;
+// The stages take the batch size as N, a constant for a full batch (0: the
+// run-time `count`), so that every row is a fixed offset from one base.
+template <int N>
+inline int batch_size(int count) {
+  return N > 0 ? N : count;
 }
 
-// Unit normals of the batch. The rows of the frame are disjoint, and saying
-// so lets the loops run on vectors.
-template <class Tangents>
-void normal_rows(int n, const float* STI_RESTRICT coords, const Tangents& tangents,
-                 float* STI_RESTRICT nx, float* STI_RESTRICT ny, float* STI_RESTRICT nz) {
+// Unit normals of P points. The loops over the points are unrolled, so the
+// node differences that the points' tangents share are formed once.
+template <int N, int P, bool Frame, class Tangents>
+void normal_rows(int count, const float* STI_RESTRICT coords, const Tangents* tangents,
+                 float* base) {
+  const int n = batch_size<N>(count);
+  const AxisRows<Frame> rows{base, n};
+#pragma GCC ivdep
   for (int e = 0; e < n; ++e) {
-    const Vec3 nrm = element_normal(coords, n, e, tangents);
-    nx[e] = nrm.x;
-    ny[e] = nrm.y;
-    nz[e] = nrm.z;
+    const Nodes4 x = four_nodes(coords, n, e);
+#pragma GCC unroll 4
+    for (int p = 0; p < P; ++p) {
+      Vec3 a, b;
+      tangents[p](x.p[0], x.p[1], x.p[2], x.p[3], a, b);
+      store_axis(rows.nrm(p), n, e, normalised<Guard::kStrict>(cross(a, b)));
+    }
   }
 }
 
-// In-plane axes of the batch from its normals.
-void axis_rows(int n, const float* STI_RESTRICT nx, const float* STI_RESTRICT ny,
-               const float* STI_RESTRICT nz, float* STI_RESTRICT sx, float* STI_RESTRICT sy,
-               float* STI_RESTRICT sz, float* STI_RESTRICT tx, float* STI_RESTRICT ty,
-               float* STI_RESTRICT tz) {
+// The first in-plane axis t of P points from their normals.
+template <int N, int P, bool Frame>
+void t_rows(int count, float* base) {
+  const int n = batch_size<N>(count);
+  const AxisRows<Frame> rows{base, n};
+#pragma GCC ivdep
   for (int e = 0; e < n; ++e) {
-    Vec3 s, t;
-    in_plane_axes<Guard::kStrict>({nx[e], ny[e], nz[e]}, s, t);
-    sx[e] = s.x;
-    sy[e] = s.y;
-    sz[e] = s.z;
-    tx[e] = t.x;
-    ty[e] = t.y;
-    tz[e] = t.z;
+#pragma GCC unroll 4
+    for (int p = 0; p < P; ++p) {
+      const Vec3 nrm = axis_of(rows.nrm(p), n, e);
+      const bool away_from_x = kTieBreakNx > std::fabs(nrm.x);
+      const Vec3 w = away_from_x ? Vec3{0.0f, nrm.z, -nrm.y} : Vec3{nrm.y, -nrm.x, 0.0f};
+      store_axis(rows.t(p), n, e, normalised<Guard::kStrict>(w));
+    }
   }
+}
+
+// The second in-plane axis s = |t x n| of P points.
+template <int N, int P, bool Frame>
+void s_rows(int count, float* base) {
+  const int n = batch_size<N>(count);
+  const AxisRows<Frame> rows{base, n};
+#pragma GCC ivdep
+  for (int e = 0; e < n; ++e) {
+#pragma GCC unroll 4
+    for (int p = 0; p < P; ++p) {
+      const Vec3 nrm = axis_of(rows.nrm(p), n, e), t = axis_of(rows.t(p), n, e);
+      store_axis(rows.s(p), n, e, normalised<Guard::kStrict>(cross(t, nrm)));
+    }
+  }
+}
+
+template <int N, int P, bool Frame, class Tangents>
+void frame_rows(int count, const float* coords, const Tangents* tangents, float* base) {
+  normal_rows<N, P, Frame>(count, coords, tangents, base);
+  t_rows<N, P, Frame>(count, base);
+  s_rows<N, P, Frame>(count, base);
+}
+
+template <int P, bool Frame, class Tangents>
+void batch_frame_rows(int n, const float* coords, const Tangents* tangents, float* base) {
+  if (n == kBatchCapacity)
+    frame_rows<kBatchCapacity, P, Frame>(n, coords, tangents, base);
+  else
+    frame_rows<0, P, Frame>(n, coords, tangents, base);
+}
+
+template <class Tangents>
+void frame_of_point(int n, const float* coords, const Tangents& tangents, float* frame) {
+  batch_frame_rows<1, true>(n, coords, &tangents, frame);
+}
+
+void frame_of_point(int n, int point_index, int run_point_count, const float* rule_dn1,
+                    const float* rule_dn2, const float* coords, float* frame) {
+  if (run_point_count == 1)
+    frame_of_point(n, coords, CentreTangents{}, frame);
+  else
+    frame_of_point(n, coords, PointTangents(point_index, rule_dn1, rule_dn2), frame);
 }
 
 // In-plane coordinates (components 0 and 1) of the batch's nodal vectors in
 // the frame's axes s and t. Each element writes its own entries of `local`
 // only, so the loop carries no dependence.
-void plane_rows(int n, const float* STI_RESTRICT vectors, const float* STI_RESTRICT sx,
-                const float* STI_RESTRICT sy, const float* STI_RESTRICT sz,
-                const float* STI_RESTRICT tx, const float* STI_RESTRICT ty,
-                const float* STI_RESTRICT tz, float* STI_RESTRICT local) {
+void plane_rows(int n, const float* STI_RESTRICT vectors, const float* STI_RESTRICT frame,
+                float* STI_RESTRICT local) {
 #pragma GCC ivdep
   for (int e = 0; e < n; ++e) {
-    const Vec3 s{sx[e], sy[e], sz[e]}, t{tx[e], ty[e], tz[e]};
+    const Vec3 s = axis_of(frame, n, e), t = axis_of(frame + 3 * n, n, e);
+    const Corners4 c = plane_corners(four_nodes(vectors, n, e), s, t);
     for (int k = 0; k < 4; ++k) {
-      const Vec3 q = node_of(vectors, n, e, k);
-      local[at(n, 4, e, k, 0)] = along(q.x, q.y, q.z, s);
-      local[at(n, 4, e, k, 1)] = along(q.x, q.y, q.z, t);
+      local[at(n, 4, e, k, 0)] = c.x[k];
+      local[at(n, 4, e, k, 1)] = c.y[k];
     }
   }
 }
 
-// Frame row of component c of axis a (0 s, 1 t, 2 n).
-inline float* row(float* frame, int n, int c, int a) { return frame + n * (c + 3 * a); }
+// The one-point quadrilateral after its frame (s and t rows of `axes`), in
+// one pass: in-plane corners, plane measure and one-point frequency terms.
+template <int N>
+void one_point_rows(int count, const float* STI_RESTRICT coords, const float* STI_RESTRICT axes,
+                    int* STI_RESTRICT elem_status, const float* STI_RESTRICT tri_flag,
+                    float* STI_RESTRICT element_mass, const float* STI_RESTRICT thickness,
+                    const float* STI_RESTRICT density, float* STI_RESTRICT lsq,
+                    float* STI_RESTRICT freq_a, float* STI_RESTRICT freq_b) {
+  const int n = batch_size<N>(count);
+  for (int e = 0; e < n; ++e) {
+    const Corners4 q =
+        plane_corners(four_nodes(coords, n, e), axis_of(axes, n, e), axis_of(axes + 3 * n, n, e));
+    const float x1 = q.x[0], y1 = q.y[0], x2 = q.x[1], y2 = q.y[1];
+    const float x3 = q.x[2], y3 = q.y[2], x4 = q.x[3], y4 = q.y[3];
+    const float f = tri_flag[e];
 
-template <class Tangents>
-void frames(int n, const float* coords, const Tangents& tangents, float* frame) {
-  normal_rows(n, coords, tangents, row(frame, n, 0, 2), row(frame, n, 1, 2), row(frame, n, 2, 2));
-  axis_rows(n, row(frame, n, 0, 2), row(frame, n, 1, 2), row(frame, n, 2, 2), row(frame, n, 0, 0),
-            row(frame, n, 1, 0), row(frame, n, 2, 0), row(frame, n, 0, 1), row(frame, n, 1, 1),
-            row(frame, n, 2, 1));
-}
+    // The plane measure: a collapsed element gets a padded area of 1 and
+    // status 2; the thickness test comes after and overwrites it.
+    const float a = x1 - x3, b = x2 - x4, c = y2 - y4, d = y3 - y1;
+    const float area = max_of(0.5f * (a * c + b * d), 0.0f);  // a NaN clamps to 0
+    const float p = area == 0.0f ? 1.0f : 0.0f;
+    const float padded = area + p;
+    const float inverse = (1.0f - p) / padded;
+    int status = area == 0.0f ? 2 : elem_status[e];
+    status = thickness[e] <= 0.0f ? 3 : status;
+    elem_status[e] = status;
+    element_mass[e] = thickness[e] * padded * density[e];
 
-void planes(int n, const float* vectors, float* frame, float* local) {
-  plane_rows(n, vectors, row(frame, n, 0, 0), row(frame, n, 1, 0), row(frame, n, 2, 0),
-             row(frame, n, 0, 1), row(frame, n, 1, 1), row(frame, n, 2, 1), local);
+    // Gradient of the area by x1, y1, x2, y2; nodes 3 and 4 carry the negatives.
+    const float u1 = c * 0.5f, u2 = b * -0.5f, u3 = d * 0.5f, u4 = a * 0.5f;
+    const float s = p + u1 * u1 + u2 * u2 + u3 * u3 + u4 * u4 - f * (u1 * u3 + u2 * u4);
+    lsq[e] = (kOneSixth * f + 0.5f) * padded / s;
+    one_point_frequency(q, padded, inverse, freq_a[e], freq_b[e]);
+  }
 }
 
 }  // namespace
@@ -137,10 +181,7 @@ void surface_frame(int n, int point_index, int run_point_count, const float* STI
                    const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT coords,
                    float* STI_RESTRICT frame) {
   if (n < 1) return;
-  if (run_point_count == 1)
-    frames(n, coords, CentreTangents{}, frame);
-  else
-    frames(n, coords, PointTangents(point_index, rule_dn1, rule_dn2), frame);
+  frame_of_point(n, point_index, run_point_count, rule_dn1, rule_dn2, coords, frame);
 }
 
 void surface_plane(int n, int point_index, int run_point_count, const float* STI_RESTRICT rule_dn1,
@@ -148,9 +189,34 @@ void surface_plane(int n, int point_index, int run_point_count, const float* STI
                    float* STI_RESTRICT frame, float* STI_RESTRICT local,
                    const float* STI_RESTRICT vectors_d, float* STI_RESTRICT local_d) {
   if (n < 1) return;
-  surface_frame(n, point_index, run_point_count, rule_dn1, rule_dn2, coords, frame);
-  planes(n, coords, frame, local);
-  if (vectors_d != nullptr) planes(n, vectors_d, frame, local_d);
+  frame_of_point(n, point_index, run_point_count, rule_dn1, rule_dn2, coords, frame);
+  plane_rows(n, coords, frame, local);
+  if (vectors_d != nullptr) plane_rows(n, vectors_d, frame, local_d);
+}
+
+void membrane_axes(int n, const float* STI_RESTRICT rule_dn1, const float* STI_RESTRICT rule_dn2,
+                   const float* STI_RESTRICT coords, float* STI_RESTRICT axes) {
+  if (n < 1) return;
+  constexpr int kPoints = 4;
+  PointTangents tangents[kPoints];
+  for (int p = 0; p < kPoints; ++p) tangents[p] = PointTangents(p + 1, rule_dn1, rule_dn2);
+  batch_frame_rows<kPoints, false>(n, coords, tangents, axes);
+}
+
+void one_point_surface(int n, const float* STI_RESTRICT coords, float* STI_RESTRICT axes,
+                       int* STI_RESTRICT elem_status, const float* STI_RESTRICT tri_flag,
+                       float* STI_RESTRICT element_mass, const float* STI_RESTRICT thickness,
+                       const float* STI_RESTRICT density, float* STI_RESTRICT lsq,
+                       float* STI_RESTRICT freq_a, float* STI_RESTRICT freq_b) {
+  if (n < 1) return;
+  const CentreTangents tangents;
+  batch_frame_rows<1, false>(n, coords, &tangents, axes);
+  if (n == kBatchCapacity)
+    one_point_rows<kBatchCapacity>(n, coords, axes, elem_status, tri_flag, element_mass,
+                                   thickness, density, lsq, freq_a, freq_b);
+  else
+    one_point_rows<0>(n, coords, axes, elem_status, tri_flag, element_mass, thickness, density,
+                      lsq, freq_a, freq_b);
 }
 
 }  // namespace sti::shell
