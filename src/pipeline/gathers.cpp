@@ -81,6 +81,37 @@ void gather(int value_count, int ndim, int coord_stride, const int* STI_RESTRICT
 
 namespace {
 
+// The chord of each two-node element, node 2 minus node 1, D floats per node
+// (Stride 0: coord_stride floats apart, else Stride): both nodes are read and
+// subtracted in registers, so that only the difference is stored.
+template <int D, int Stride>
+STI_SCALAR_LOOP void chords(int n, int coord_stride, const int* STI_RESTRICT connectivity,
+                            float* STI_RESTRICT chord, const float* STI_RESTRICT node_coords) {
+  const long long stride = Stride != 0 ? Stride : coord_stride;
+#pragma GCC unroll 2
+  for (int e = 0; e < n; ++e) {
+    const float* a = node_coords + (connectivity[e] * stride - stride);
+    const float* b = node_coords + (connectivity[e + n] * stride - stride);
+    for (int c = 0; c < D; ++c) chord[e + n * c] = b[c] - a[c];
+  }
+}
+
+}  // namespace
+
+void gather_chords(int n, int ndim, int coord_stride, const int* STI_RESTRICT connectivity,
+                   float* STI_RESTRICT chord, const float* STI_RESTRICT node_coords) {
+  if (coord_stride == 3 && ndim == 3)
+    chords<3, 3>(n, coord_stride, connectivity, chord, node_coords);
+  else if (coord_stride == 3)
+    chords<2, 3>(n, coord_stride, connectivity, chord, node_coords);
+  else if (ndim == 3)
+    chords<3, 0>(n, coord_stride, connectivity, chord, node_coords);
+  else
+    chords<2, 0>(n, coord_stride, connectivity, chord, node_coords);
+}
+
+namespace {
+
 // Node at one-based position `position` of element e, at its float `offset`.
 inline const float* node_at(const float* node_coords, int coord_stride, const int* connectivity,
                             int n, int e, int position, int offset) {

@@ -54,6 +54,10 @@ void section_rule(int& count, float center, float width, float* STI_RESTRICT poi
 void gather(int value_count, int ndim, int coord_stride, const int* STI_RESTRICT node_list,
             float* STI_RESTRICT values_out, const float* STI_RESTRICT node_coords);
 
+// Node 2 minus node 1 of each two-node element, ndim 2 or 3 floats.
+void gather_chords(int n, int ndim, int coord_stride, const int* STI_RESTRICT connectivity,
+                   float* STI_RESTRICT chord, const float* STI_RESTRICT node_coords);
+
 void gather_planar_pairs(int n, int ndim, int coord_stride, int direction,
                          const int* STI_RESTRICT connectivity, float* STI_RESTRICT coords_g,
                          float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords);
@@ -76,6 +80,29 @@ void element_geometry(int n, int point_index, int run_point_count, int section_i
                       const float* STI_RESTRICT rule_n, const float* STI_RESTRICT rule_dn1,
                       const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT rule_w,
                       const GeometryWork& work);
+
+// Work arrays of straight two-node elements, batch-sized.
+struct LineWork {
+  float* chord;  // ndim floats per element
+  float* element_mass;
+  float* lsq;
+  float* freq;  // not read: no frequency data
+  float* two_g;
+  float* three_k;
+  float* wave_modulus;  // zero on entry
+};
+
+// Straight two-node elements at their one point, from the driver's initial
+// statuses to each element's increment in dt_out where it did not fail
+// (line_batch.cpp).
+void two_node_line_batch(int n, int ndim, int coord_stride, int material_code,
+                         const int* STI_RESTRICT connectivity,
+                         const float* STI_RESTRICT node_coords,
+                         const float* STI_RESTRICT thickness, float section_area,
+                         float modulus_scale, float alpha_damping, float beta_damping,
+                         float bulk_b1, const float* STI_RESTRICT density,
+                         const float* STI_RESTRICT material_props, const LineWork& w,
+                         int* STI_RESTRICT elem_status, float* STI_RESTRICT dt_out);
 
 void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem_status,
                int point_count, int section_count, int node_count,
