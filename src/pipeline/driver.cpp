@@ -80,6 +80,15 @@ int last_failure(int n, const int* elem_status) {
 
 }  // namespace
 
+bool reads_rows_in_place(int elem_type_id, int node_count) {
+  const ElementType* type = find_type(elem_type_id);
+  if (type == nullptr || type->gather != Gather::kPlain || type->geom_node_count != 0 ||
+      type->node_count != node_count)
+    return false;
+  const int shape = type->shape_code;
+  return shape == 0x2404 || shape == 0x6404 || shape == 0x3202 || shape == 0x2202;
+}
+
 void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem_status,
                int point_count, int section_count, int node_count,
                const int* STI_RESTRICT section_skip, const int* STI_RESTRICT material_code,
@@ -88,7 +97,7 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
                float unit_scale, float section_area, float alpha_damping, float beta_damping,
                float bulk_scale, const float* STI_RESTRICT density,
                const float* STI_RESTRICT cohesive_params, float* STI_RESTRICT stable_time,
-               const float* STI_RESTRICT material_props) {
+               const float* STI_RESTRICT material_props, const int* STI_RESTRICT rows) {
   BatchWork w;
 
   // The type's row; classification below fails the batch of an id that has
@@ -164,7 +173,7 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
     const LineWork line{w.gathered.coords, w.element_mass, w.lsq,         w.freq,
                         w.two_g,           w.three_k,      w.wave_modulus};
     const bool truss = elem_class == 1;
-    two_node_line_batch(n, ndim, coord_stride, material_code[0], connectivity, node_coords,
+    two_node_line_batch(n, ndim, coord_stride, material_code[0], connectivity, rows, node_coords,
                         thickness, section_area, truss ? modulus_scale : section_area,
                         alpha_damping, beta_damping, bulk_b1, density, material_props, line,
                         elem_status, truss ? stable_time : w.point_dt);
@@ -206,6 +215,8 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
     gather_tet10(n, coord_stride, connectivity, coords_g, node_coords);
   } else if (corners) {
     gather(n * node_count, ndim, coord_stride, connectivity, coords_g, node_coords);
+  } else if (rows != nullptr) {
+    gather_rows(n, node_count, ndim, coord_stride, rows, coords_g, node_coords);
   } else {
     const int value_count = n * geom_node_count;
     gather(value_count, ndim, coord_stride, geometry_connectivity, coords_g, node_coords);

@@ -81,33 +81,79 @@ void gather(int value_count, int ndim, int coord_stride, const int* STI_RESTRICT
 
 namespace {
 
-// The chord of each two-node element, node 2 minus node 1, D floats per node
-// (Stride 0: coord_stride floats apart, else Stride): both nodes are read and
-// subtracted in registers, so that only the difference is stored.
-template <int D, int Stride>
-STI_SCALAR_LOOP void chords(int n, int coord_stride, const int* STI_RESTRICT connectivity,
-                            float* STI_RESTRICT chord, const float* STI_RESTRICT node_coords) {
+// The plain gather's layout from zero-based connectivity rows read in place,
+// element after element: D floats of each node, K nodes per row (0: the
+// count known only at run time), Stride floats per node (0: coord_stride).
+template <int D, int K, int Stride>
+STI_SCALAR_LOOP void rows_gather(int n, int node_count, int coord_stride,
+                                 const int* STI_RESTRICT rows, float* STI_RESTRICT values_out,
+                                 const float* STI_RESTRICT node_coords) {
+  const int nodes = K != 0 ? K : node_count;
   const long long stride = Stride != 0 ? Stride : coord_stride;
-#pragma GCC unroll 2
   for (int e = 0; e < n; ++e) {
-    const float* a = node_coords + (connectivity[e] * stride - stride);
-    const float* b = node_coords + (connectivity[e + n] * stride - stride);
-    for (int c = 0; c < D; ++c) chord[e + n * c] = b[c] - a[c];
+#pragma GCC unroll 4
+    for (int k = 0; k < nodes; ++k) {
+      const float* node = node_coords + rows[e * nodes + k] * stride;
+      for (int c = 0; c < D; ++c) values_out[at(n, nodes, e, k, c)] = node[c];
+    }
   }
 }
 
 }  // namespace
 
-void gather_chords(int n, int ndim, int coord_stride, const int* STI_RESTRICT connectivity,
-                   float* STI_RESTRICT chord, const float* STI_RESTRICT node_coords) {
-  if (coord_stride == 3 && ndim == 3)
-    chords<3, 3>(n, coord_stride, connectivity, chord, node_coords);
-  else if (coord_stride == 3)
-    chords<2, 3>(n, coord_stride, connectivity, chord, node_coords);
+void gather_rows(int n, int node_count, int ndim, int coord_stride, const int* STI_RESTRICT rows,
+                 float* STI_RESTRICT values_out, const float* STI_RESTRICT node_coords) {
+  if (coord_stride == 3 && ndim == 2 && node_count == 4)
+    rows_gather<2, 4, 3>(n, node_count, coord_stride, rows, values_out, node_coords);
   else if (ndim == 3)
-    chords<3, 0>(n, coord_stride, connectivity, chord, node_coords);
+    rows_gather<3, 0, 0>(n, node_count, coord_stride, rows, values_out, node_coords);
   else
-    chords<2, 0>(n, coord_stride, connectivity, chord, node_coords);
+    rows_gather<2, 0, 0>(n, node_count, coord_stride, rows, values_out, node_coords);
+}
+
+namespace {
+
+// The chord of each two-node element, node 2 minus node 1, D floats per node
+// (Stride 0: coord_stride floats apart, else Stride): both nodes are read and
+// subtracted in registers, so that only the difference is stored. The nodes
+// come from the one-based element-fastest connectivity or, with Rows, from
+// the zero-based rows read in place.
+template <int D, int Stride, bool Rows>
+STI_SCALAR_LOOP void chords(int n, int coord_stride, const int* STI_RESTRICT connectivity,
+                            float* STI_RESTRICT chord, const float* STI_RESTRICT node_coords) {
+  const long long stride = Stride != 0 ? Stride : coord_stride;
+#pragma GCC unroll 2
+  for (int e = 0; e < n; ++e) {
+    const float* a = node_coords + (Rows ? connectivity[2 * e] * stride
+                                         : connectivity[e] * stride - stride);
+    const float* b = node_coords + (Rows ? connectivity[2 * e + 1] * stride
+                                         : connectivity[e + n] * stride - stride);
+    for (int c = 0; c < D; ++c) chord[e + n * c] = b[c] - a[c];
+  }
+}
+
+template <bool Rows>
+void chords_of(int n, int ndim, int coord_stride, const int* STI_RESTRICT connectivity,
+               float* STI_RESTRICT chord, const float* STI_RESTRICT node_coords) {
+  if (coord_stride == 3 && ndim == 3)
+    chords<3, 3, Rows>(n, coord_stride, connectivity, chord, node_coords);
+  else if (coord_stride == 3)
+    chords<2, 3, Rows>(n, coord_stride, connectivity, chord, node_coords);
+  else if (ndim == 3)
+    chords<3, 0, Rows>(n, coord_stride, connectivity, chord, node_coords);
+  else
+    chords<2, 0, Rows>(n, coord_stride, connectivity, chord, node_coords);
+}
+
+}  // namespace
+
+void gather_chords(int n, int ndim, int coord_stride, const int* STI_RESTRICT connectivity,
+                   const int* STI_RESTRICT rows, float* STI_RESTRICT chord,
+                   const float* STI_RESTRICT node_coords) {
+  if (rows != nullptr)
+    chords_of<true>(n, ndim, coord_stride, rows, chord, node_coords);
+  else
+    chords_of<false>(n, ndim, coord_stride, connectivity, chord, node_coords);
 }
 
 namespace {

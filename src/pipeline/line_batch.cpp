@@ -27,14 +27,14 @@ void chord_measure(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRI
 }  // namespace
 
 void two_node_line_batch(int n, int ndim, int coord_stride, int material_code,
-                         const int* STI_RESTRICT connectivity,
+                         const int* STI_RESTRICT connectivity, const int* STI_RESTRICT rows,
                          const float* STI_RESTRICT node_coords,
                          const float* STI_RESTRICT thickness, float section_area,
                          float modulus_scale, float alpha_damping, float beta_damping,
                          float bulk_b1, const float* STI_RESTRICT density,
                          const float* STI_RESTRICT material_props, const LineWork& w,
                          int* STI_RESTRICT elem_status, float* STI_RESTRICT dt_out) {
-  gather_chords(n, ndim, coord_stride, connectivity, w.chord, node_coords);
+  gather_chords(n, ndim, coord_stride, connectivity, rows, w.chord, node_coords);
   if (ndim == 3)
     chord_measure<3>(n, elem_status, w.chord, section_area, density, w.element_mass, w.lsq);
   else
