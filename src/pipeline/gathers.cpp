@@ -117,32 +117,43 @@ namespace {
 // (Stride 0: coord_stride floats apart, else Stride): both nodes are read and
 // subtracted in registers, so that only the difference is stored. The nodes
 // come from the one-based element-fastest connectivity or, with Rows, from
-// the zero-based rows read in place.
-template <int D, int Stride, bool Rows>
+// the zero-based rows read in place. With Ahead, the second node of the
+// element Ahead places on is fetched into the cache while this one is formed.
+template <int D, int Stride, bool Rows, int Ahead>
 STI_SCALAR_LOOP void chords(int n, int coord_stride, const int* STI_RESTRICT connectivity,
                             float* STI_RESTRICT chord, const float* STI_RESTRICT node_coords) {
   const long long stride = Stride != 0 ? Stride : coord_stride;
-#pragma GCC unroll 2
-  for (int e = 0; e < n; ++e) {
-    const float* a = node_coords + (Rows ? connectivity[2 * e] * stride
-                                         : connectivity[e] * stride - stride);
-    const float* b = node_coords + (Rows ? connectivity[2 * e + 1] * stride
-                                         : connectivity[e + n] * stride - stride);
+  const auto node = [&](int e, int k) {
+    return node_coords + (Rows ? connectivity[2 * e + k] * stride
+                               : connectivity[e + n * k] * stride - stride);
+  };
+  const auto form = [&](int e) {
+    const float* a = node(e, 0);
+    const float* b = node(e, 1);
     for (int c = 0; c < D; ++c) chord[e + n * c] = b[c] - a[c];
+  };
+  int e = 0;
+  if constexpr (Ahead > 0) {
+    for (; e + Ahead < n; ++e) {
+      __builtin_prefetch(node(e + Ahead, 1));
+      form(e);
+    }
   }
+#pragma GCC unroll 2
+  for (; e < n; ++e) form(e);
 }
 
-template <bool Rows>
+template <bool Rows, int Ahead>
 void chords_of(int n, int ndim, int coord_stride, const int* STI_RESTRICT connectivity,
                float* STI_RESTRICT chord, const float* STI_RESTRICT node_coords) {
   if (coord_stride == 3 && ndim == 3)
-    chords<3, 3, Rows>(n, coord_stride, connectivity, chord, node_coords);
+    chords<3, 3, Rows, Ahead>(n, coord_stride, connectivity, chord, node_coords);
   else if (coord_stride == 3)
-    chords<2, 3, Rows>(n, coord_stride, connectivity, chord, node_coords);
+    chords<2, 3, Rows, Ahead>(n, coord_stride, connectivity, chord, node_coords);
   else if (ndim == 3)
-    chords<3, 0, Rows>(n, coord_stride, connectivity, chord, node_coords);
+    chords<3, 0, Rows, Ahead>(n, coord_stride, connectivity, chord, node_coords);
   else
-    chords<2, 0, Rows>(n, coord_stride, connectivity, chord, node_coords);
+    chords<2, 0, Rows, Ahead>(n, coord_stride, connectivity, chord, node_coords);
 }
 
 }  // namespace
@@ -150,10 +161,19 @@ void chords_of(int n, int ndim, int coord_stride, const int* STI_RESTRICT connec
 void gather_chords(int n, int ndim, int coord_stride, const int* STI_RESTRICT connectivity,
                    const int* STI_RESTRICT rows, float* STI_RESTRICT chord,
                    const float* STI_RESTRICT node_coords) {
-  if (rows != nullptr)
-    chords_of<true>(n, ndim, coord_stride, rows, chord, node_coords);
+  if (rows == nullptr) {
+    chords_of<false, 0>(n, ndim, coord_stride, connectivity, chord, node_coords);
+    return;
+  }
+  // Rows whose node numbers spread far beyond the batch's own count are not
+  // read in node order, so the cache cannot stream them: their nodes are
+  // fetched ahead. Only the time depends on the choice.
+  const long long first = rows[0], last = rows[2 * n - 1];
+  const long long span = last > first ? last - first : first - last;
+  if (span > 4LL * n)
+    chords_of<true, 16>(n, ndim, coord_stride, rows, chord, node_coords);
   else
-    chords_of<false>(n, ndim, coord_stride, connectivity, chord, node_coords);
+    chords_of<true, 0>(n, ndim, coord_stride, rows, chord, node_coords);
 }
 
 namespace {
