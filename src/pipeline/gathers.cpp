@@ -2,6 +2,10 @@
 // copy, the mid-surface points and half differences of cohesive elements and
 // continuum shells, and the fifteen points of the modified ten-node
 // tetrahedron. Node numbers are one-based and trusted.
+#if defined(__SSE2__)
+#include <immintrin.h>
+#endif
+
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
 #include "pipeline/pipeline.hpp"
@@ -82,21 +86,47 @@ void gather(int value_count, int ndim, int coord_stride, const int* STI_RESTRICT
 namespace {
 
 // The plain gather's layout from zero-based connectivity rows read in place,
-// element after element: D floats of each node, K nodes per row (0: the
-// count known only at run time), Stride floats per node (0: coord_stride).
-template <int D, int K, int Stride>
-STI_SCALAR_LOOP void rows_gather(int n, int node_count, int coord_stride,
+// elements first to n - 1: D floats of each of the node_count nodes of a row.
+template <int D>
+STI_SCALAR_LOOP void rows_gather(int first, int n, int node_count, int coord_stride,
                                  const int* STI_RESTRICT rows, float* STI_RESTRICT values_out,
                                  const float* STI_RESTRICT node_coords) {
-  const int nodes = K != 0 ? K : node_count;
-  const long long stride = Stride != 0 ? Stride : coord_stride;
-  for (int e = 0; e < n; ++e) {
+  const long long stride = coord_stride;
+  for (int e = first; e < n; ++e) {
 #pragma GCC unroll 4
-    for (int k = 0; k < nodes; ++k) {
-      const float* node = node_coords + rows[e * nodes + k] * stride;
-      for (int c = 0; c < D; ++c) values_out[at(n, nodes, e, k, c)] = node[c];
+    for (int k = 0; k < node_count; ++k) {
+      const float* node = node_coords + rows[e * node_count + k] * stride;
+      for (int c = 0; c < D; ++c) values_out[at(n, node_count, e, k, c)] = node[c];
     }
   }
+}
+
+// Rows of four nodes with x and y of each, three floats per node. With a
+// vector unit, four elements at a time: each node's x and y are read as one
+// pair, and two shuffles turn the pairs of the four elements into the four x
+// and the four y of that node position, stored as they stand. The rest of the
+// batch one by one.
+void quad_rows_gather(int n, const int* STI_RESTRICT rows, float* STI_RESTRICT values_out,
+                      const float* STI_RESTRICT node_coords) {
+  int first = 0;
+#if defined(__SSE2__)
+  for (; first + 4 <= n; first += 4) {
+#pragma GCC unroll 4
+    for (int k = 0; k < 4; ++k) {
+      const int* r = rows + 4 * first + k;
+      const auto pair = [&](int i) {
+        return reinterpret_cast<const __m64*>(node_coords + 3LL * r[4 * i]);
+      };
+      const __m128 p01 = _mm_loadh_pi(_mm_loadl_pi(_mm_setzero_ps(), pair(0)), pair(1));
+      const __m128 p23 = _mm_loadh_pi(_mm_loadl_pi(_mm_setzero_ps(), pair(2)), pair(3));
+      _mm_storeu_ps(values_out + at(n, 4, first, k, 0),
+                    _mm_shuffle_ps(p01, p23, _MM_SHUFFLE(2, 0, 2, 0)));
+      _mm_storeu_ps(values_out + at(n, 4, first, k, 1),
+                    _mm_shuffle_ps(p01, p23, _MM_SHUFFLE(3, 1, 3, 1)));
+    }
+  }
+#endif
+  rows_gather<2>(first, n, 4, 3, rows, values_out, node_coords);
 }
 
 }  // namespace
@@ -104,11 +134,11 @@ STI_SCALAR_LOOP void rows_gather(int n, int node_count, int coord_stride,
 void gather_rows(int n, int node_count, int ndim, int coord_stride, const int* STI_RESTRICT rows,
                  float* STI_RESTRICT values_out, const float* STI_RESTRICT node_coords) {
   if (coord_stride == 3 && ndim == 2 && node_count == 4)
-    rows_gather<2, 4, 3>(n, node_count, coord_stride, rows, values_out, node_coords);
+    quad_rows_gather(n, rows, values_out, node_coords);
   else if (ndim == 3)
-    rows_gather<3, 0, 0>(n, node_count, coord_stride, rows, values_out, node_coords);
+    rows_gather<3>(0, n, node_count, coord_stride, rows, values_out, node_coords);
   else
-    rows_gather<2, 0, 0>(n, node_count, coord_stride, rows, values_out, node_coords);
+    rows_gather<2>(0, n, node_count, coord_stride, rows, values_out, node_coords);
 }
 
 namespace {
