@@ -150,8 +150,9 @@ namespace {
 // the zero-based rows read in place. With Ahead, the second node of the
 // element Ahead places on is fetched into the cache while this one is formed.
 template <int D, int Stride, bool Rows, int Ahead>
-STI_SCALAR_LOOP void chords(int n, int coord_stride, const int* STI_RESTRICT connectivity,
-                            float* STI_RESTRICT chord, const float* STI_RESTRICT node_coords) {
+STI_SCALAR_LOOP void chords(int first, int n, int coord_stride,
+                            const int* STI_RESTRICT connectivity, float* STI_RESTRICT chord,
+                            const float* STI_RESTRICT node_coords) {
   const long long stride = Stride != 0 ? Stride : coord_stride;
   const auto node = [&](int e, int k) {
     return node_coords + (Rows ? connectivity[2 * e + k] * stride
@@ -162,7 +163,7 @@ STI_SCALAR_LOOP void chords(int n, int coord_stride, const int* STI_RESTRICT con
     const float* b = node(e, 1);
     for (int c = 0; c < D; ++c) chord[e + n * c] = b[c] - a[c];
   };
-  int e = 0;
+  int e = first;
   if constexpr (Ahead > 0) {
     for (; e + Ahead < n; ++e) {
       __builtin_prefetch(node(e + Ahead, 1));
@@ -173,17 +174,56 @@ STI_SCALAR_LOOP void chords(int n, int coord_stride, const int* STI_RESTRICT con
   for (; e < n; ++e) form(e);
 }
 
+// The same from rows, three floats per node. With a vector unit, four
+// elements at a time: the x and y of each node are read as one pair, the
+// pairs of two elements subtracted as one vector (lane by lane the
+// differences above), and two shuffles turn those of four elements into their
+// four x and four y; z one by one. The rest of the batch one by one.
+template <int D, int Ahead>
+void row_chords(int n, const int* STI_RESTRICT rows, float* STI_RESTRICT chord,
+                const float* STI_RESTRICT node_coords) {
+  int first = 0;
+#if defined(__SSE2__)
+  for (; first + 4 <= n; first += 4) {
+    const int* r = rows + 2 * first;
+    if (Ahead > 0 && first + Ahead + 4 <= n) {
+      for (int i = 0; i < 4; ++i) __builtin_prefetch(node_coords + 3LL * r[2 * (Ahead + i) + 1]);
+    }
+    const auto pair = [&](int i, int k) {
+      return reinterpret_cast<const __m64*>(node_coords + 3LL * r[2 * i + k]);
+    };
+    const auto pairs = [&](int i, int k) {
+      return _mm_loadh_pi(_mm_loadl_pi(_mm_setzero_ps(), pair(i, k)), pair(i + 1, k));
+    };
+    const __m128 d01 = _mm_sub_ps(pairs(0, 1), pairs(0, 0));
+    const __m128 d23 = _mm_sub_ps(pairs(2, 1), pairs(2, 0));
+    _mm_storeu_ps(chord + first, _mm_shuffle_ps(d01, d23, _MM_SHUFFLE(2, 0, 2, 0)));
+    _mm_storeu_ps(chord + first + n, _mm_shuffle_ps(d01, d23, _MM_SHUFFLE(3, 1, 3, 1)));
+    if constexpr (D == 3) {
+      for (int i = 0; i < 4; ++i)
+        chord[first + i + 2 * n] =
+            node_coords[3LL * r[2 * i + 1] + 2] - node_coords[3LL * r[2 * i] + 2];
+    }
+  }
+#endif
+  chords<D, 3, true, Ahead>(first, n, 3, rows, chord, node_coords);
+}
+
 template <bool Rows, int Ahead>
 void chords_of(int n, int ndim, int coord_stride, const int* STI_RESTRICT connectivity,
                float* STI_RESTRICT chord, const float* STI_RESTRICT node_coords) {
-  if (coord_stride == 3 && ndim == 3)
-    chords<3, 3, Rows, Ahead>(n, coord_stride, connectivity, chord, node_coords);
+  if (Rows && coord_stride == 3 && ndim == 3)
+    row_chords<3, Ahead>(n, connectivity, chord, node_coords);
+  else if (Rows && coord_stride == 3)
+    row_chords<2, Ahead>(n, connectivity, chord, node_coords);
+  else if (coord_stride == 3 && ndim == 3)
+    chords<3, 3, Rows, Ahead>(0, n, coord_stride, connectivity, chord, node_coords);
   else if (coord_stride == 3)
-    chords<2, 3, Rows, Ahead>(n, coord_stride, connectivity, chord, node_coords);
+    chords<2, 3, Rows, Ahead>(0, n, coord_stride, connectivity, chord, node_coords);
   else if (ndim == 3)
-    chords<3, 0, Rows, Ahead>(n, coord_stride, connectivity, chord, node_coords);
+    chords<3, 0, Rows, Ahead>(0, n, coord_stride, connectivity, chord, node_coords);
   else
-    chords<2, 0, Rows, Ahead>(n, coord_stride, connectivity, chord, node_coords);
+    chords<2, 0, Rows, Ahead>(0, n, coord_stride, connectivity, chord, node_coords);
 }
 
 }  // namespace
