@@ -10,33 +10,34 @@
 
 namespace sti {
 
-// Length of a chord of Dim components, its squares summed in component order.
-template <int Dim>
-inline float chord_length(const float (&d)[Dim]) {
-  float sum = d[0] * d[0];
-  for (int c = 1; c < Dim; ++c) sum = sum + d[c] * d[c];
-  return std::sqrt(sum);
+// The measure of each element from its chord, chord(e, c) being component c
+// of element e's node 2 minus node 1.
+template <int Dim, class Chord>
+inline void line_measure(int n, int* elem_status, Chord chord, float section_area,
+                         const float* density, float* element_mass, float* lsq) {
+  for (int e = 0; e < n; ++e) {
+    float sum = 0.0f;
+    for (int c = 0; c < Dim; ++c) {
+      const float d = chord(e, c);
+      sum = c == 0 ? d * d : sum + d * d;
+    }
+    const float length = std::sqrt(sum);
+    lsq[e] = length;
+    const float v = max_of(0.0f, section_area * length);
+    elem_status[e] = v == 0.0f ? 1 : elem_status[e];
+    element_mass[e] = v * density[e];
+  }
 }
 
-// Section area times length, held at zero from below (a NaN gives zero); a
-// zero fails the element with status 1.
-inline float line_volume(float section_area, float length, int& status) {
-  const float v = max_of(0.0f, section_area * length);
-  status = v == 0.0f ? 1 : status;
-  return v;
-}
-
+// The measure from the gathered coordinates of both nodes.
 template <int Dim>
 inline void two_node_line_measure(int n, int* elem_status, const float* coords,
                                   float section_area, const float* density, float* element_mass,
                                   float* lsq) {
-  for (int e = 0; e < n; ++e) {
-    float d[Dim];
-    for (int c = 0; c < Dim; ++c) d[c] = coords[at(n, 2, e, 1, c)] - coords[at(n, 2, e, 0, c)];
-    const float length = chord_length<Dim>(d);
-    lsq[e] = length;
-    element_mass[e] = line_volume(section_area, length, elem_status[e]) * density[e];
-  }
+  const auto chord = [coords, n](int e, int c) {
+    return coords[at(n, 2, e, 1, c)] - coords[at(n, 2, e, 0, c)];
+  };
+  line_measure<Dim>(n, elem_status, chord, section_area, density, element_mass, lsq);
 }
 
 }  // namespace sti

@@ -8,23 +8,6 @@
 #include "pipeline/pipeline.hpp"
 
 namespace sti::pipeline {
-namespace {
-
-// The two-node measure from the chords (Dim floats per element).
-template <int Dim>
-void chord_measure(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT chord,
-                   float section_area, const float* STI_RESTRICT density,
-                   float* STI_RESTRICT element_mass, float* STI_RESTRICT lsq) {
-  for (int e = 0; e < n; ++e) {
-    float d[Dim];
-    for (int c = 0; c < Dim; ++c) d[c] = chord[e + n * c];
-    const float length = chord_length<Dim>(d);
-    lsq[e] = length;
-    element_mass[e] = line_volume(section_area, length, elem_status[e]) * density[e];
-  }
-}
-
-}  // namespace
 
 void two_node_line_batch(int n, int ndim, int coord_stride, int material_code,
                          const int* STI_RESTRICT connectivity, const int* STI_RESTRICT rows,
@@ -35,10 +18,12 @@ void two_node_line_batch(int n, int ndim, int coord_stride, int material_code,
                          const float* STI_RESTRICT material_props, const LineWork& w,
                          int* STI_RESTRICT elem_status, float* STI_RESTRICT dt_out) {
   gather_chords(n, ndim, coord_stride, connectivity, rows, w.chord, node_coords);
+  const float* STI_RESTRICT chord = w.chord;
+  const auto component = [chord, n](int e, int c) { return chord[e + n * c]; };
   if (ndim == 3)
-    chord_measure<3>(n, elem_status, w.chord, section_area, density, w.element_mass, w.lsq);
+    line_measure<3>(n, elem_status, component, section_area, density, w.element_mass, w.lsq);
   else
-    chord_measure<2>(n, elem_status, w.chord, section_area, density, w.element_mass, w.lsq);
+    line_measure<2>(n, elem_status, component, section_area, density, w.element_mass, w.lsq);
   int plane_stress_flag = 0;
   const int uniaxial_flag = 1;
   material::effective_moduli(n, ndim, elem_status, material_code, plane_stress_flag,
