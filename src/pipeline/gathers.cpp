@@ -1,7 +1,9 @@
 // Gathers of node coordinates into element-fastest batch arrays: the plain
-// copy, the mid-surface points and half differences of cohesive elements and
-// continuum shells, and the fifteen points of the modified ten-node
-// tetrahedron. Node numbers are one-based and trusted.
+// copy, from the element-fastest connectivity or from the caller's rows, the
+// chords of two-node elements, the mid-surface points and half differences of
+// cohesive elements and continuum shells, and the fifteen points of the
+// modified ten-node tetrahedron. Node numbers are one-based in the
+// element-fastest connectivity, zero-based in the rows, and trusted.
 #if defined(__SSE2__)
 #include <immintrin.h>
 #endif
