@@ -1,7 +1,8 @@
 // The public entry: resolves the element name, cuts the elements into batches
 // of at most 128 in input order, builds each batch's one-based element-fastest
-// connectivity and thickness, runs the batch driver and maps internal statuses
-// to public codes. One batch's failure never stops the next.
+// connectivity (unless its type reads the caller's rows in place) and
+// thickness, runs the batch driver and maps internal statuses to public
+// codes. One batch's failure never stops the next.
 #include <cstring>
 
 #include "common/numerics.hpp"
@@ -104,19 +105,22 @@ int stable_time(const char* elem_name, int node_total, int element_count, const 
   const int section_skip = 0;
   const float unit_scale = 1.0f;
 
+  // Types that read the rows in place skip the transposed copy.
+  const bool in_place = pipeline::reads_rows_in_place(elem_type_id, node_count);
+
   int overall_code = 0;
   for_each_batch(element_count, [&](int batch_first, int batch_count) {
     const int* rows = connectivity + static_cast<long long>(batch_first) * node_count;
-    transpose_rows(rows, batch_count, node_count, batch_connectivity);
+    if (!in_place) transpose_rows(rows, batch_count, node_count, batch_connectivity);
     const float* batch_thickness = thickness ? thickness + batch_first : kUnitThickness;
 
     int call_status = 0;
     pipeline::run_batch(coord_stride, batch_count, call_status, batch_status,
                         point_count, section_count, node_count, &section_skip, &material_code,
-                        elem_type_id, batch_connectivity, node_coords, batch_thickness,
-                        unit_scale, section_area, alpha_damping, beta_damping, bulk_scale,
-                        density + batch_first, cohesive, stable_time + batch_first,
-                        material_props);
+                        elem_type_id, in_place ? nullptr : batch_connectivity, node_coords,
+                        batch_thickness, unit_scale, section_area, alpha_damping, beta_damping,
+                        bulk_scale, density + batch_first, cohesive, stable_time + batch_first,
+                        material_props, in_place ? rows : nullptr);
 
     int* codes = element_code + batch_first;
     const int batch_code = public_code(call_status);

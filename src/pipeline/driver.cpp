@@ -66,7 +66,28 @@ void keep_scaled_minimum(int n, const float* point_dt, float dt_scale, float* st
   for (int e = 0; e < n; ++e) stable_time[e] = min_of(stable_time[e], point_dt[e] * dt_scale);
 }
 
+// The status of the batch's last failed element, 0 where none failed: a
+// quick test whether any failed, then a scan back from the end.
+int last_failure(int n, const int* elem_status) {
+  int any_failed = 0;
+  for (int e = 0; e < n; ++e) any_failed |= elem_status[e];
+  if (any_failed == 0) return 0;
+  for (int e = n - 1; e >= 0; --e) {
+    if (elem_status[e] != 0) return elem_status[e];
+  }
+  return 0;
+}
+
 }  // namespace
+
+bool reads_rows_in_place(int elem_type_id, int node_count) {
+  const ElementType* type = find_type(elem_type_id);
+  if (type == nullptr || type->gather != Gather::kPlain || type->geom_node_count != 0 ||
+      type->node_count != node_count)
+    return false;
+  const int shape = type->shape_code;
+  return shape == 0x2404 || shape == 0x6404 || shape == 0x3202 || shape == 0x2202;
+}
 
 void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem_status,
                int point_count, int section_count, int node_count,
@@ -76,7 +97,7 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
                float unit_scale, float section_area, float alpha_damping, float beta_damping,
                float bulk_scale, const float* STI_RESTRICT density,
                const float* STI_RESTRICT cohesive_params, float* STI_RESTRICT stable_time,
-               const float* STI_RESTRICT material_props) {
+               const float* STI_RESTRICT material_props, const int* STI_RESTRICT rows) {
   BatchWork w;
 
   // The type's row; classification below fails the batch of an id that has
@@ -87,7 +108,6 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
   //    a NaN density passes. A line element (section-scaled moduli, the bar
   //    wave, no frequency data, no triangles) reads neither the frequency
   //    columns, the triangle flags nor 2G and 3K, so those stay unset there.
-  //    A beam's measure writes the length term and the mass of every element.
   const bool line_element =
       type != nullptr && (type->flags & kU) != 0 && (type->flags & (kP | kF | kT)) == 0;
   const bool beam = type != nullptr && type->elem_class == 3;
@@ -96,12 +116,6 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
     w.point_dt[e] = kUnsetPointDt;
     w.wave_modulus[e] = 0.0f;
     elem_status[e] = 0.0f >= density[e] ? 6 : 0;
-  }
-  if (!beam) {
-    for (int e = 0; e < n; ++e) {
-      w.element_mass[e] = 0.0f;
-      w.lsq[e] = 0.0f;
-    }
   }
   if (!line_element) {
     for (int e = 0; e < n; ++e) {
@@ -147,6 +161,38 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
   // 6. Bulk viscosity fraction.
   bulk_b1 = bulk_b1 * bulk_scale;
 
+  // Moduli scale of the point loop of continuum, truss, membrane, cohesive and
+  // shell elements; beams scale by the section area.
+  const float modulus_scale = elem_class == 1 && uniaxial_flag != 0 ? section_area : unit_scale;
+
+  // Straight two-node elements at their one point (trusses of one section,
+  // two-node beams) gather and measure their chords only.
+  const bool straight_line =
+      line_element && node_count == 2 && geom_node_count == 2 && run_point_count == 1 &&
+      plane_stress_flag == 0 && ndim == (shape_code == 0x3202 ? 3 : 2) &&
+      (shape_code == 0x3202 || shape_code == 0x2202) &&
+      (elem_class == 3 || (elem_class == 1 && section_count == 1 && section_skip[0] == 0));
+  if (straight_line) {
+    const LineWork line{w.gathered.coords, w.element_mass, w.lsq,         w.freq,
+                        w.two_g,           w.three_k,      w.wave_modulus};
+    const bool truss = elem_class == 1;
+    two_node_line_batch(n, ndim, coord_stride, material_code[0], connectivity, rows, node_coords,
+                        thickness, section_area, truss ? modulus_scale : section_area,
+                        alpha_damping, beta_damping, bulk_b1, density, material_props, line,
+                        elem_status, truss ? stable_time : w.point_dt);
+    if (!truss) keep_scaled_minimum(n, w.point_dt, dt_scale, stable_time);
+    call_status = last_failure(n, elem_status);
+    return;
+  }
+  // The mass and length term start at zero; a beam's measure writes both for
+  // every element.
+  if (!beam) {
+    for (int e = 0; e < n; ++e) {
+      w.element_mass[e] = 0.0f;
+      w.lsq[e] = 0.0f;
+    }
+  }
+
   // 7. Rule tables, from the catalogue's point count.
   full_integration_rule(rule_kind, rule_family, rule_nodes, point_count, w.rule_n, w.rule_dn1,
                         w.rule_dn2, w.rule_w);
@@ -174,6 +220,8 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
   } else if (type->gather == Gather::kSolid) {
     gather_solid(n * geom_node_count, ndim, coord_stride, geometry_connectivity, coords_g,
                  node_coords);
+  } else if (rows != nullptr) {
+    gather_rows(n, node_count, ndim, coord_stride, rows, coords_g, node_coords);
   } else {
     const int value_count = n * geom_node_count;
     gather(value_count, ndim, coord_stride, geometry_connectivity, coords_g, node_coords);
@@ -185,17 +233,17 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
   // the point: with several points they are computed at a section's first
   // point only, and at every point the statuses they set (7 or 8, whatever
   // the element held) are set again over what the geometry left.
-  auto moduli_of_point = [&](int point_index, int code, float modulus_scale) {
+  auto moduli_of_point = [&](int point_index, int code, float scale) {
     if (run_point_count == 1) {
       material::effective_moduli(n, ndim, elem_status, code, plane_stress_flag, uniaxial_flag,
-                                 modulus_scale, thickness, w.two_g, w.three_k, w.wave_modulus,
+                                 scale, thickness, w.two_g, w.three_k, w.wave_modulus,
                                  material_props);
       return;
     }
     if (point_index == 1) {
       for (int e = 0; e < n; ++e) w.modulus_status[e] = 0;
       material::effective_moduli(n, ndim, w.modulus_status, code, plane_stress_flag,
-                                 uniaxial_flag, modulus_scale, thickness, w.two_g, w.three_k,
+                                 uniaxial_flag, scale, thickness, w.two_g, w.three_k,
                                  w.wave_modulus, material_props);
     }
     for (int e = 0; e < n; ++e)
@@ -206,7 +254,6 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
     // Continuum, truss, membrane, cohesive (1) and shells (2). The very first
     // point writes the result directly, unscaled; later ones through point_dt.
     const int sections = elem_class == 1 ? section_count : 1;
-    const float modulus_scale = elem_class == 1 && uniaxial_flag != 0 ? section_area : unit_scale;
     for (int section_index = 1; section_index <= sections; ++section_index) {
       for (int point_index = 1; point_index <= run_point_count; ++point_index) {
         element_geometry(n, point_index, run_point_count, section_index, elem_type_id, elem_status,
@@ -240,18 +287,8 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
     acoustic::increment(n, elem_status, density, w.lsq, stable_time, material_props);
   }
 
-  // 10. The batch reports the status of its last failed element: a quick
-  //     test whether any failed, then a scan back from the end.
-  int any_failed = 0;
-  for (int e = 0; e < n; ++e) any_failed |= elem_status[e];
-  if (any_failed != 0) {
-    for (int e = n - 1; e >= 0; --e) {
-      if (elem_status[e] != 0) {
-        call_status = elem_status[e];
-        break;
-      }
-    }
-  }
+  // 10. The batch reports the status of its last failed element.
+  call_status = last_failure(n, elem_status);
 }
 
 }  // namespace sti::pipeline

@@ -1,7 +1,10 @@
 // Gathers of node coordinates into element-fastest batch arrays: the plain
-// copy, the mid-surface points and half differences of cohesive elements and
-// continuum shells, and the fifteen points of the modified ten-node
-// tetrahedron. Node numbers are one-based and trusted.
+// copy, from the element-fastest connectivity or from the caller's rows, the
+// solids' four-nodes-at-a-time copy, the chords of two-node elements, the
+// mid-surface points and half differences of cohesive elements and continuum
+// shells, and the fifteen points of the modified ten-node tetrahedron. Node
+// numbers are one-based in the element-fastest connectivity, zero-based in the
+// rows, and trusted.
 #if defined(__SSE2__)
 #include <immintrin.h>
 #endif
@@ -175,6 +178,169 @@ void gather_solid(int value_count, int ndim, int coord_stride, const int* STI_RE
   }
 #endif
   gather(value_count, ndim, coord_stride, node_list, values_out, node_coords);
+}
+
+namespace {
+
+// The plain gather's layout from zero-based connectivity rows read in place,
+// elements first to n - 1: D floats of each of the node_count nodes of a row.
+template <int D>
+STI_SCALAR_LOOP void rows_gather(int first, int n, int node_count, int coord_stride,
+                                 const int* STI_RESTRICT rows, float* STI_RESTRICT values_out,
+                                 const float* STI_RESTRICT node_coords) {
+  const long long stride = coord_stride;
+  for (int e = first; e < n; ++e) {
+#pragma GCC unroll 4
+    for (int k = 0; k < node_count; ++k) {
+      const float* node = node_coords + rows[e * node_count + k] * stride;
+      for (int c = 0; c < D; ++c) values_out[at(n, node_count, e, k, c)] = node[c];
+    }
+  }
+}
+
+// Rows of four nodes with x and y of each, three floats per node. With a
+// vector unit, four elements at a time: each node's x and y are read as one
+// pair, and two shuffles turn the pairs of the four elements into the four x
+// and the four y of that node position, stored as they stand. The rest of the
+// batch one by one.
+void quad_rows_gather(int n, const int* STI_RESTRICT rows, float* STI_RESTRICT values_out,
+                      const float* STI_RESTRICT node_coords) {
+  int first = 0;
+#if defined(__SSE2__)
+  for (; first + 4 <= n; first += 4) {
+#pragma GCC unroll 4
+    for (int k = 0; k < 4; ++k) {
+      const int* r = rows + 4 * first + k;
+      const auto pair = [&](int i) {
+        return reinterpret_cast<const __m64*>(node_coords + 3LL * r[4 * i]);
+      };
+      const __m128 p01 = _mm_loadh_pi(_mm_loadl_pi(_mm_setzero_ps(), pair(0)), pair(1));
+      const __m128 p23 = _mm_loadh_pi(_mm_loadl_pi(_mm_setzero_ps(), pair(2)), pair(3));
+      _mm_storeu_ps(values_out + at(n, 4, first, k, 0),
+                    _mm_shuffle_ps(p01, p23, _MM_SHUFFLE(2, 0, 2, 0)));
+      _mm_storeu_ps(values_out + at(n, 4, first, k, 1),
+                    _mm_shuffle_ps(p01, p23, _MM_SHUFFLE(3, 1, 3, 1)));
+    }
+  }
+#endif
+  rows_gather<2>(first, n, 4, 3, rows, values_out, node_coords);
+}
+
+}  // namespace
+
+void gather_rows(int n, int node_count, int ndim, int coord_stride, const int* STI_RESTRICT rows,
+                 float* STI_RESTRICT values_out, const float* STI_RESTRICT node_coords) {
+  if (coord_stride == 3 && ndim == 2 && node_count == 4)
+    quad_rows_gather(n, rows, values_out, node_coords);
+  else if (ndim == 3)
+    rows_gather<3>(0, n, node_count, coord_stride, rows, values_out, node_coords);
+  else
+    rows_gather<2>(0, n, node_count, coord_stride, rows, values_out, node_coords);
+}
+
+namespace {
+
+// The chord of each two-node element, node 2 minus node 1, D floats per node
+// (Stride 0: coord_stride floats apart, else Stride): both nodes are read and
+// subtracted in registers, so that only the difference is stored. The nodes
+// come from the one-based element-fastest connectivity or, with Rows, from
+// the zero-based rows read in place. With Ahead, the second node of the
+// element Ahead places on is fetched into the cache while this one is formed.
+template <int D, int Stride, bool Rows, int Ahead>
+STI_SCALAR_LOOP void chords(int first, int n, int coord_stride,
+                            const int* STI_RESTRICT connectivity, float* STI_RESTRICT chord,
+                            const float* STI_RESTRICT node_coords) {
+  const long long stride = Stride != 0 ? Stride : coord_stride;
+  const auto node = [&](int e, int k) {
+    return node_coords + (Rows ? connectivity[2 * e + k] * stride
+                               : connectivity[e + n * k] * stride - stride);
+  };
+  const auto form = [&](int e) {
+    const float* a = node(e, 0);
+    const float* b = node(e, 1);
+    for (int c = 0; c < D; ++c) chord[e + n * c] = b[c] - a[c];
+  };
+  int e = first;
+  if constexpr (Ahead > 0) {
+    for (; e + Ahead < n; ++e) {
+      __builtin_prefetch(node(e + Ahead, 1));
+      form(e);
+    }
+  }
+#pragma GCC unroll 2
+  for (; e < n; ++e) form(e);
+}
+
+// The same from rows, three floats per node. With a vector unit, four
+// elements at a time: the x and y of each node are read as one pair, the
+// pairs of two elements subtracted as one vector (lane by lane the
+// differences above), and two shuffles turn those of four elements into their
+// four x and four y; z one by one. The rest of the batch one by one.
+template <int D, int Ahead>
+void row_chords(int n, const int* STI_RESTRICT rows, float* STI_RESTRICT chord,
+                const float* STI_RESTRICT node_coords) {
+  int first = 0;
+#if defined(__SSE2__)
+  for (; first + 4 <= n; first += 4) {
+    const int* r = rows + 2 * first;
+    if (Ahead > 0 && first + Ahead + 4 <= n) {
+      for (int i = 0; i < 4; ++i) __builtin_prefetch(node_coords + 3LL * r[2 * (Ahead + i) + 1]);
+    }
+    const auto pair = [&](int i, int k) {
+      return reinterpret_cast<const __m64*>(node_coords + 3LL * r[2 * i + k]);
+    };
+    const auto pairs = [&](int i, int k) {
+      return _mm_loadh_pi(_mm_loadl_pi(_mm_setzero_ps(), pair(i, k)), pair(i + 1, k));
+    };
+    const __m128 d01 = _mm_sub_ps(pairs(0, 1), pairs(0, 0));
+    const __m128 d23 = _mm_sub_ps(pairs(2, 1), pairs(2, 0));
+    _mm_storeu_ps(chord + first, _mm_shuffle_ps(d01, d23, _MM_SHUFFLE(2, 0, 2, 0)));
+    _mm_storeu_ps(chord + first + n, _mm_shuffle_ps(d01, d23, _MM_SHUFFLE(3, 1, 3, 1)));
+    if constexpr (D == 3) {
+      for (int i = 0; i < 4; ++i)
+        chord[first + i + 2 * n] =
+            node_coords[3LL * r[2 * i + 1] + 2] - node_coords[3LL * r[2 * i] + 2];
+    }
+  }
+#endif
+  chords<D, 3, true, Ahead>(first, n, 3, rows, chord, node_coords);
+}
+
+template <bool Rows, int Ahead>
+void chords_of(int n, int ndim, int coord_stride, const int* STI_RESTRICT connectivity,
+               float* STI_RESTRICT chord, const float* STI_RESTRICT node_coords) {
+  if (Rows && coord_stride == 3 && ndim == 3)
+    row_chords<3, Ahead>(n, connectivity, chord, node_coords);
+  else if (Rows && coord_stride == 3)
+    row_chords<2, Ahead>(n, connectivity, chord, node_coords);
+  else if (coord_stride == 3 && ndim == 3)
+    chords<3, 3, Rows, Ahead>(0, n, coord_stride, connectivity, chord, node_coords);
+  else if (coord_stride == 3)
+    chords<2, 3, Rows, Ahead>(0, n, coord_stride, connectivity, chord, node_coords);
+  else if (ndim == 3)
+    chords<3, 0, Rows, Ahead>(0, n, coord_stride, connectivity, chord, node_coords);
+  else
+    chords<2, 0, Rows, Ahead>(0, n, coord_stride, connectivity, chord, node_coords);
+}
+
+}  // namespace
+
+void gather_chords(int n, int ndim, int coord_stride, const int* STI_RESTRICT connectivity,
+                   const int* STI_RESTRICT rows, float* STI_RESTRICT chord,
+                   const float* STI_RESTRICT node_coords) {
+  if (rows == nullptr) {
+    chords_of<false, 0>(n, ndim, coord_stride, connectivity, chord, node_coords);
+    return;
+  }
+  // Rows whose node numbers spread far beyond the batch's own count are not
+  // read in node order, so the cache cannot stream them: their nodes are
+  // fetched ahead. Only the time depends on the choice.
+  const long long first = rows[0], last = rows[2 * n - 1];
+  const long long span = last > first ? last - first : first - last;
+  if (span > 4LL * n)
+    chords_of<true, 16>(n, ndim, coord_stride, rows, chord, node_coords);
+  else
+    chords_of<true, 0>(n, ndim, coord_stride, rows, chord, node_coords);
 }
 
 namespace {

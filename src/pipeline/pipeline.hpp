@@ -59,6 +59,17 @@ void gather(int value_count, int ndim, int coord_stride, const int* STI_RESTRICT
 void gather_solid(int value_count, int ndim, int coord_stride, const int* STI_RESTRICT node_list,
                   float* STI_RESTRICT values_out, const float* STI_RESTRICT node_coords);
 
+// Node 2 minus node 1 of each two-node element, ndim 2 or 3 floats, from the
+// connectivity or, where rows is not null, from the zero-based rows.
+void gather_chords(int n, int ndim, int coord_stride, const int* STI_RESTRICT connectivity,
+                   const int* STI_RESTRICT rows, float* STI_RESTRICT chord,
+                   const float* STI_RESTRICT node_coords);
+
+// The plain gather of n elements of node_count nodes from zero-based
+// connectivity rows, node after node, read in place.
+void gather_rows(int n, int node_count, int ndim, int coord_stride, const int* STI_RESTRICT rows,
+                 float* STI_RESTRICT values_out, const float* STI_RESTRICT node_coords);
+
 void gather_planar_pairs(int n, int ndim, int coord_stride, int direction,
                          const int* STI_RESTRICT connectivity, float* STI_RESTRICT coords_g,
                          float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords);
@@ -82,6 +93,29 @@ void element_geometry(int n, int point_index, int run_point_count, int section_i
                       const float* STI_RESTRICT rule_dn2, const float* STI_RESTRICT rule_w,
                       const GeometryWork& work);
 
+// Work arrays of straight two-node elements, batch-sized.
+struct LineWork {
+  float* chord;  // ndim floats per element
+  float* element_mass;
+  float* lsq;
+  float* freq;  // not read: no frequency data
+  float* two_g;
+  float* three_k;
+  float* wave_modulus;  // zero on entry
+};
+
+// Straight two-node elements at their one point, from the driver's initial
+// statuses to each element's increment in dt_out where it did not fail
+// (line_batch.cpp).
+void two_node_line_batch(int n, int ndim, int coord_stride, int material_code,
+                         const int* STI_RESTRICT connectivity, const int* STI_RESTRICT rows,
+                         const float* STI_RESTRICT node_coords,
+                         const float* STI_RESTRICT thickness, float section_area,
+                         float modulus_scale, float alpha_damping, float beta_damping,
+                         float bulk_b1, const float* STI_RESTRICT density,
+                         const float* STI_RESTRICT material_props, const LineWork& w,
+                         int* STI_RESTRICT elem_status, float* STI_RESTRICT dt_out);
+
 void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem_status,
                int point_count, int section_count, int node_count,
                const int* STI_RESTRICT section_skip, const int* STI_RESTRICT material_code,
@@ -90,6 +124,13 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
                float unit_scale, float section_area, float alpha_damping, float beta_damping,
                float bulk_scale, const float* STI_RESTRICT density,
                const float* STI_RESTRICT cohesive_params, float* STI_RESTRICT stable_time,
-               const float* STI_RESTRICT material_props);
+               const float* STI_RESTRICT material_props, const int* STI_RESTRICT rows = nullptr);
+
+// Whether run_batch can read a batch's zero-based connectivity rows (node
+// after node, three floats per node) in place of the element-fastest
+// connectivity, which it then does not read: plane and axisymmetric
+// quadrilaterals and straight two-node elements, each of its catalogue node
+// count.
+bool reads_rows_in_place(int elem_type_id, int node_count);
 
 }  // namespace sti::pipeline
