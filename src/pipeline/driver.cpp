@@ -82,9 +82,11 @@ int last_failure(int n, const int* elem_status) {
 
 bool reads_rows_in_place(int elem_type_id, int node_count) {
   const ElementType* type = find_type(elem_type_id);
-  if (type == nullptr || type->gather != Gather::kPlain || type->geom_node_count != 0 ||
-      type->node_count != node_count)
-    return false;
+  if (type == nullptr || type->node_count != node_count) return false;
+  // Solids gathered from their catalogue nodes: classification expands no list.
+  if (type->gather == Gather::kCorners) return true;
+  if (type->gather == Gather::kSolid) return type->geom_node_count == 0;
+  if (type->gather != Gather::kPlain || type->geom_node_count != 0) return false;
   const int shape = type->shape_code;
   return shape == 0x2404 || shape == 0x6404 || shape == 0x3202 || shape == 0x2202;
 }
@@ -215,6 +217,8 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
                         node_coords);
   } else if (type->gather == Gather::kTenNode) {
     gather_tet10(n, coord_stride, connectivity, coords_g, node_coords);
+  } else if ((corners || type->gather == Gather::kSolid) && rows != nullptr) {
+    gather_solid_rows(n, node_count, ndim, coord_stride, rows, coords_g, node_coords);
   } else if (corners) {
     gather_solid(n * node_count, ndim, coord_stride, connectivity, coords_g, node_coords);
   } else if (type->gather == Gather::kSolid) {

@@ -226,7 +226,92 @@ void quad_rows_gather(int n, const int* STI_RESTRICT rows, float* STI_RESTRICT v
   rows_gather<2>(first, n, 4, 3, rows, values_out, node_coords);
 }
 
+// Solid rows of K nodes, three floats per node: gather_solid's transposes
+// with the sixteen, eight or four node numbers of one node position read K
+// apart in the rows. A batch that holds node 0, whose row would start before
+// the array, is copied float by float, as is the rest after the last group.
+template <int K>
+void solid_rows_gather(int n, const int* STI_RESTRICT rows, float* STI_RESTRICT values_out,
+                       const float* STI_RESTRICT node_coords) {
+  int first = 0;
+#if defined(__SSE2__)
+  int has_node_0 = 0;
+  for (int i = 0; i < n * K; ++i) has_node_0 |= rows[i] == 0 ? 1 : 0;
+  if (has_node_0 == 0) {
+    const auto row = [&](int node) {
+      return _mm_loadu_ps(node_coords + (3 * static_cast<long long>(node) - 1));
+    };
+    const auto out = [&](int k, int c) { return values_out + at(n, K, 0, k, c); };
+#if defined(__AVX512F__)
+    const auto rows16 = [&](const int* g) {
+      const __m512 r = _mm512_castps128_ps512(row(g[0]));
+      return _mm512_insertf32x4(
+          _mm512_insertf32x4(_mm512_insertf32x4(r, row(g[4 * K]), 1), row(g[8 * K]), 2),
+          row(g[12 * K]), 3);
+    };
+    for (; first + 16 <= n; first += 16) {
+      for (int k = 0; k < K; ++k) {
+        const int* g = rows + first * K + k;
+        const __m512 ra = rows16(g), rb = rows16(g + K), rc = rows16(g + 2 * K),
+                     rd = rows16(g + 3 * K);
+        const __mmask16 all = 0xFFFF;
+        const __m512 ab_low = _mm512_mask_unpacklo_ps(ra, all, ra, rb);
+        const __m512 ab_high = _mm512_mask_unpackhi_ps(ra, all, ra, rb);
+        const __m512 cd_low = _mm512_mask_unpacklo_ps(rc, all, rc, rd);
+        const __m512 cd_high = _mm512_mask_unpackhi_ps(rc, all, rc, rd);
+        _mm512_storeu_ps(out(k, 0) + first, _mm512_shuffle_ps(ab_low, cd_low, 0xEE));
+        _mm512_storeu_ps(out(k, 1) + first, _mm512_shuffle_ps(ab_high, cd_high, 0x44));
+        _mm512_storeu_ps(out(k, 2) + first, _mm512_shuffle_ps(ab_high, cd_high, 0xEE));
+      }
+    }
+#endif
+#if defined(__AVX2__)
+    const auto rows8 = [&](const int* g) {
+      return _mm256_insertf128_ps(_mm256_castps128_ps256(row(g[0])), row(g[4 * K]), 1);
+    };
+    for (; first + 8 <= n; first += 8) {
+      for (int k = 0; k < K; ++k) {
+        const int* g = rows + first * K + k;
+        const __m256 ra = rows8(g), rb = rows8(g + K), rc = rows8(g + 2 * K),
+                     rd = rows8(g + 3 * K);
+        const __m256 ab_low = _mm256_unpacklo_ps(ra, rb), ab_high = _mm256_unpackhi_ps(ra, rb);
+        const __m256 cd_low = _mm256_unpacklo_ps(rc, rd), cd_high = _mm256_unpackhi_ps(rc, rd);
+        _mm256_storeu_ps(out(k, 0) + first, _mm256_shuffle_ps(ab_low, cd_low, 0xEE));
+        _mm256_storeu_ps(out(k, 1) + first, _mm256_shuffle_ps(ab_high, cd_high, 0x44));
+        _mm256_storeu_ps(out(k, 2) + first, _mm256_shuffle_ps(ab_high, cd_high, 0xEE));
+      }
+    }
+#endif
+    for (; first + 4 <= n; first += 4) {
+      for (int k = 0; k < K; ++k) {
+        const int* g = rows + first * K + k;
+        const __m128 ra = row(g[0]), rb = row(g[K]), rc = row(g[2 * K]), rd = row(g[3 * K]);
+        const __m128 ab_low = _mm_unpacklo_ps(ra, rb), ab_high = _mm_unpackhi_ps(ra, rb);
+        const __m128 cd_low = _mm_unpacklo_ps(rc, rd), cd_high = _mm_unpackhi_ps(rc, rd);
+        _mm_storeu_ps(out(k, 0) + first, _mm_movehl_ps(cd_low, ab_low));
+        _mm_storeu_ps(out(k, 1) + first, _mm_movelh_ps(ab_high, cd_high));
+        _mm_storeu_ps(out(k, 2) + first, _mm_movehl_ps(cd_high, ab_high));
+      }
+    }
+  }
+#endif
+  rows_gather<3>(first, n, K, 3, rows, values_out, node_coords);
+}
+
 }  // namespace
+
+void gather_solid_rows(int n, int node_count, int ndim, int coord_stride,
+                       const int* STI_RESTRICT rows, float* STI_RESTRICT values_out,
+                       const float* STI_RESTRICT node_coords) {
+  if (coord_stride == 3 && ndim == 3 && node_count == 8)
+    solid_rows_gather<8>(n, rows, values_out, node_coords);
+  else if (coord_stride == 3 && ndim == 3 && node_count == 4)
+    solid_rows_gather<4>(n, rows, values_out, node_coords);
+  else if (coord_stride == 3 && ndim == 3 && node_count == 6)
+    solid_rows_gather<6>(n, rows, values_out, node_coords);
+  else
+    gather_rows(n, node_count, ndim, coord_stride, rows, values_out, node_coords);
+}
 
 void gather_rows(int n, int node_count, int ndim, int coord_stride, const int* STI_RESTRICT rows,
                  float* STI_RESTRICT values_out, const float* STI_RESTRICT node_coords) {

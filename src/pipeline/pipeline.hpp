@@ -70,6 +70,11 @@ void gather_chords(int n, int ndim, int coord_stride, const int* STI_RESTRICT co
 void gather_rows(int n, int node_count, int ndim, int coord_stride, const int* STI_RESTRICT rows,
                  float* STI_RESTRICT values_out, const float* STI_RESTRICT node_coords);
 
+// gather_solid's layout from zero-based connectivity rows read in place.
+void gather_solid_rows(int n, int node_count, int ndim, int coord_stride,
+                       const int* STI_RESTRICT rows, float* STI_RESTRICT values_out,
+                       const float* STI_RESTRICT node_coords);
+
 void gather_planar_pairs(int n, int ndim, int coord_stride, int direction,
                          const int* STI_RESTRICT connectivity, float* STI_RESTRICT coords_g,
                          float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords);
@@ -129,8 +134,8 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
 // Whether run_batch can read a batch's zero-based connectivity rows (node
 // after node, three floats per node) in place of the element-fastest
 // connectivity, which it then does not read: plane and axisymmetric
-// quadrilaterals and straight two-node elements, each of its catalogue node
-// count.
+// quadrilaterals, straight two-node elements and solids that need no expanded
+// list, each of its catalogue node count.
 bool reads_rows_in_place(int elem_type_id, int node_count);
 
 }  // namespace sti::pipeline
