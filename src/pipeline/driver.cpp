@@ -113,13 +113,29 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
   const bool line_element =
       type != nullptr && (type->flags & kU) != 0 && (type->flags & (kP | kF | kT)) == 0;
   const bool beam = type != nullptr && type->elem_class == 3;
+  // Solids whose geometry writes the mass, the length term and (continuum
+  // ones) the first frequency column for every element before anything reads
+  // them, and whose later stages read neither the second column, the triangle
+  // flags nor 2G and 3K: the acoustic hexahedron, and continuum solids of the
+  // wave increment with the fused face-area measure of their face family
+  // (hexahedra gathered whole, tetrahedra and wedges from their corners)
+  // whose first section is not skipped.
+  const bool solid_writes_all =
+      type != nullptr &&
+      ((type->elem_class == 4 && type->shape_code == 0x903C08) ||
+       (type->elem_class == 1 && type->shape_code == 0x3C08 && (type->flags & kF) != 0 &&
+        (type->flags & kP) == 0 && section_count >= 1 && section_skip[0] == 0 &&
+        ((type->face == Face::kHexahedron && type->gather == Gather::kSolid) ||
+         (type->face == Face::kTetrahedron && type->gather == Gather::kCorners &&
+          node_count == 4) ||
+         (type->face == Face::kWedge && type->gather == Gather::kCorners && node_count == 6))));
   for (int e = 0; e < n; ++e) {
     stable_time[e] = kLargestFloat;
     w.point_dt[e] = kUnsetPointDt;
     w.wave_modulus[e] = 0.0f;
     elem_status[e] = 0.0f >= density[e] ? 6 : 0;
   }
-  if (!line_element) {
+  if (!line_element && !solid_writes_all) {
     for (int e = 0; e < n; ++e) {
       w.freq[e] = 0.0f;
       w.freq[n + e] = 0.0f;
@@ -188,7 +204,7 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
   }
   // The mass and length term start at zero; a beam's measure writes both for
   // every element.
-  if (!beam) {
+  if (!beam && !solid_writes_all) {
     for (int e = 0; e < n; ++e) {
       w.element_mass[e] = 0.0f;
       w.lsq[e] = 0.0f;
