@@ -85,7 +85,8 @@ bool reads_rows_in_place(int elem_type_id, int node_count) {
   if (type == nullptr || type->node_count != node_count) return false;
   // Solids gathered from their catalogue nodes: classification expands no list.
   if (type->gather == Gather::kCorners) return true;
-  if (type->gather == Gather::kSolid) return type->geom_node_count == 0;
+  if (type->gather == Gather::kSolid || type->gather == Gather::kTenNode)
+    return type->geom_node_count == 0;
   if (type->gather != Gather::kPlain || type->geom_node_count != 0) return false;
   const int shape = type->shape_code;
   return shape == 0x2404 || shape == 0x6404 || shape == 0x3202 || shape == 0x2202;
@@ -232,7 +233,7 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
     gather_planar_pairs(n, ndim, coord_stride, direction, connectivity, coords_g, coords_d,
                         node_coords);
   } else if (type->gather == Gather::kTenNode) {
-    gather_tet10(n, coord_stride, connectivity, coords_g, node_coords);
+    gather_tet10(n, coord_stride, connectivity, coords_g, node_coords, rows);
   } else if ((corners || type->gather == Gather::kSolid) && rows != nullptr) {
     gather_solid_rows(n, node_count, ndim, coord_stride, rows, coords_g, node_coords);
   } else if (corners) {

@@ -540,8 +540,9 @@ void ten_node_derived_points(int n, const float* STI_RESTRICT x,
 
 // One node position of the ten-node tetrahedron over the batch, into its
 // three component rows x, y, z; with three floats per node (Stride 3) the
-// node's offset is one address computation.
-template <int Stride>
+// node's offset is one address computation. The node numbers are one-based
+// and consecutive in node_list or, with Rows, zero-based and ten apart.
+template <int Stride, bool Rows>
 STI_SCALAR_LOOP void ten_node_position(int n, int coord_stride, const int* STI_RESTRICT node_list,
                                        float* STI_RESTRICT x, float* STI_RESTRICT y,
                                        float* STI_RESTRICT z,
@@ -549,7 +550,8 @@ STI_SCALAR_LOOP void ten_node_position(int n, int coord_stride, const int* STI_R
   const long long stride = Stride > 0 ? Stride : coord_stride;
 #pragma GCC unroll 4
   for (int e = 0; e < n; ++e) {
-    const float* node = node_coords + (stride * node_list[e] - stride);
+    const float* node = node_coords + (Rows ? stride * node_list[10 * e]
+                                            : stride * node_list[e] - stride);
     x[e] = node[0];
     y[e] = node[1];
     z[e] = node[2];
@@ -558,19 +560,25 @@ STI_SCALAR_LOOP void ten_node_position(int n, int coord_stride, const int* STI_R
 
 }  // namespace
 
-// The ten nodes of the tetrahedron, then its centroid (node 11) and the four
+// The ten nodes of the tetrahedron, from the connectivity or, where rows is
+// not null, from the zero-based rows, then its centroid (node 11) and the four
 // face points (nodes 12 to 15), by fixed weights.
 void gather_tet10(int n, int coord_stride, const int* STI_RESTRICT connectivity,
-                  float* STI_RESTRICT coords_g, const float* STI_RESTRICT node_coords) {
+                  float* STI_RESTRICT coords_g, const float* STI_RESTRICT node_coords,
+                  const int* STI_RESTRICT rows) {
   constexpr int K = 15;
   for (int k = 0; k < 10; ++k) {
     float* x = coords_g + at(n, K, 0, k, 0);
     float* y = coords_g + at(n, K, 0, k, 1);
     float* z = coords_g + at(n, K, 0, k, 2);
-    if (coord_stride == 3)
-      ten_node_position<3>(n, coord_stride, connectivity + n * k, x, y, z, node_coords);
+    if (rows != nullptr && coord_stride == 3)
+      ten_node_position<3, true>(n, coord_stride, rows + k, x, y, z, node_coords);
+    else if (rows != nullptr)
+      ten_node_position<0, true>(n, coord_stride, rows + k, x, y, z, node_coords);
+    else if (coord_stride == 3)
+      ten_node_position<3, false>(n, coord_stride, connectivity + n * k, x, y, z, node_coords);
     else
-      ten_node_position<0>(n, coord_stride, connectivity + n * k, x, y, z, node_coords);
+      ten_node_position<0, false>(n, coord_stride, connectivity + n * k, x, y, z, node_coords);
   }
   for (int c = 0; c < 3; ++c)
     ten_node_derived_points(n, coords_g + at(n, K, 0, 0, c), coords_g + at(n, K, 0, 10, c));

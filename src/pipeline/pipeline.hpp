@@ -84,7 +84,8 @@ void gather_solid_pairs(int n, int ndim, int coord_stride, int direction,
                         float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords);
 
 void gather_tet10(int n, int coord_stride, const int* STI_RESTRICT connectivity,
-                  float* STI_RESTRICT coords_g, const float* STI_RESTRICT node_coords);
+                  float* STI_RESTRICT coords_g, const float* STI_RESTRICT node_coords,
+                  const int* STI_RESTRICT rows = nullptr);
 
 void element_geometry(int n, int point_index, int run_point_count, int section_index,
                       int elem_type_id, int* STI_RESTRICT elem_status, int shape_code,
@@ -134,8 +135,8 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
 // Whether run_batch can read a batch's zero-based connectivity rows (node
 // after node, three floats per node) in place of the element-fastest
 // connectivity, which it then does not read: plane and axisymmetric
-// quadrilaterals, straight two-node elements and solids that need no expanded
-// list, each of its catalogue node count.
+// quadrilaterals, straight two-node elements, solids that need no expanded
+// list and ten-node tetrahedra, each of its catalogue node count.
 bool reads_rows_in_place(int elem_type_id, int node_count);
 
 }  // namespace sti::pipeline
