@@ -87,7 +87,6 @@ bool reads_rows_in_place(int elem_type_id, int node_count) {
   if (type->gather == Gather::kCorners) return true;
   if (type->gather == Gather::kSolid || type->gather == Gather::kTenNode)
     return type->geom_node_count == 0;
-  if (type->gather == Gather::kSolidPairs) return type->geom_node_count == 0 && node_count == 8;
   if (type->gather != Gather::kPlain || type->geom_node_count != 0) return false;
   const int shape = type->shape_code;
   return shape == 0x2404 || shape == 0x6404 || shape == 0x3202 || shape == 0x2202;
@@ -228,7 +227,7 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
   if (type->gather == Gather::kSolidPairs) {
     const int direction = 3;
     gather_solid_pairs(n, ndim, coord_stride, direction, geometry_connectivity, coords_g, coords_d,
-                       node_coords, rows);
+                       node_coords);
   } else if (type->gather == Gather::kPlanarPairs) {
     const int direction = 2;
     gather_planar_pairs(n, ndim, coord_stride, direction, connectivity, coords_g, coords_d,

@@ -462,23 +462,15 @@ void planar_pairs(int n, int dims, int coord_stride, const int* t,
 }
 
 // The four pairs of a hexahedron, D floats of each node read together from
-// float `offset` on; with Rows the node numbers come from zero-based rows of
-// eight.
-template <int D, bool Rows>
+// float `offset` on.
+template <int D>
 void solid_pairs(int n, int coord_stride, int offset, const int* t,
                  const int* STI_RESTRICT connectivity, float* STI_RESTRICT coords_g,
                  float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords) {
-  const auto node = [&](int e, int position) {
-    if constexpr (Rows)
-      return node_coords + static_cast<long long>(connectivity[8 * e + position - 1]) *
-                               coord_stride + offset;
-    else
-      return node_at(node_coords, coord_stride, connectivity, n, e, position, offset);
-  };
   for (int k = 0; k < 4; ++k) {
     for (int e = 0; e < n; ++e) {
-      const float* pa = node(e, t[k]);
-      const float* pb = node(e, t[k + 4]);
+      const float* pa = node_at(node_coords, coord_stride, connectivity, n, e, t[k], offset);
+      const float* pb = node_at(node_coords, coord_stride, connectivity, n, e, t[k + 4], offset);
 #pragma GCC unroll 3
       for (int c = 0; c < D; ++c) {
         const float a = pa[c];
@@ -507,29 +499,20 @@ void gather_planar_pairs(int n, int ndim, int coord_stride, int direction,
 }
 
 // Mid-surface points of the four pairs (t(k), t(k + 4)) and the half-thickness
-// vectors, formed as the mean minus the first end, from the connectivity or,
-// where rows is not null, from zero-based rows of eight. A dimension other
-// than 2 or 3 takes the last float of each node only.
+// vectors, formed as the mean minus the first end. A dimension other than 2 or
+// 3 takes the last float of each node only.
 void gather_solid_pairs(int n, int ndim, int coord_stride, int direction,
                         const int* STI_RESTRICT connectivity, float* STI_RESTRICT coords_g,
-                        float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords,
-                        const int* STI_RESTRICT rows) {
+                        float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords) {
   if (direction < -2 || direction > 3) return;
   const int* t = kSolidPairs[direction + 2];
-  if (rows != nullptr && ndim == 3)
-    solid_pairs<3, true>(n, coord_stride, 0, t, rows, coords_g, coords_d, node_coords);
-  else if (rows != nullptr && ndim == 2)
-    solid_pairs<2, true>(n, coord_stride, 0, t, rows, coords_g, coords_d, node_coords);
-  else if (rows != nullptr)
-    solid_pairs<1, true>(n, coord_stride, coord_stride - 1, t, rows, coords_g, coords_d,
-                         node_coords);
-  else if (ndim == 3)
-    solid_pairs<3, false>(n, coord_stride, 0, t, connectivity, coords_g, coords_d, node_coords);
+  if (ndim == 3)
+    solid_pairs<3>(n, coord_stride, 0, t, connectivity, coords_g, coords_d, node_coords);
   else if (ndim == 2)
-    solid_pairs<2, false>(n, coord_stride, 0, t, connectivity, coords_g, coords_d, node_coords);
+    solid_pairs<2>(n, coord_stride, 0, t, connectivity, coords_g, coords_d, node_coords);
   else
-    solid_pairs<1, false>(n, coord_stride, coord_stride - 1, t, connectivity, coords_g, coords_d,
-                          node_coords);
+    solid_pairs<1>(n, coord_stride, coord_stride - 1, t, connectivity, coords_g, coords_d,
+                   node_coords);
 }
 
 namespace {

@@ -79,11 +79,9 @@ void gather_planar_pairs(int n, int ndim, int coord_stride, int direction,
                          const int* STI_RESTRICT connectivity, float* STI_RESTRICT coords_g,
                          float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords);
 
-// Node numbers from zero-based rows of eight where rows is not null.
 void gather_solid_pairs(int n, int ndim, int coord_stride, int direction,
                         const int* STI_RESTRICT connectivity, float* STI_RESTRICT coords_g,
-                        float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords,
-                        const int* STI_RESTRICT rows = nullptr);
+                        float* STI_RESTRICT coords_d, const float* STI_RESTRICT node_coords);
 
 void gather_tet10(int n, int coord_stride, const int* STI_RESTRICT connectivity,
                   float* STI_RESTRICT coords_g, const float* STI_RESTRICT node_coords,
@@ -138,8 +136,7 @@ void run_batch(int coord_stride, int n, int& call_status, int* STI_RESTRICT elem
 // after node, three floats per node) in place of the element-fastest
 // connectivity, which it then does not read: plane and axisymmetric
 // quadrilaterals, straight two-node elements, solids that need no expanded
-// list, ten-node tetrahedra and eight-node cohesive solids, each of its
-// catalogue node count.
+// list and ten-node tetrahedra, each of its catalogue node count.
 bool reads_rows_in_place(int elem_type_id, int node_count);
 
 }  // namespace sti::pipeline
