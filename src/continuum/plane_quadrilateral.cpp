@@ -7,6 +7,7 @@
 #include "common/numerics.hpp"
 #include "stabletime/pipeline.h"
 #include "continuum/continuum.hpp"
+#include "continuum/plane_measure.hpp"
 #include "shell/shell.hpp"
 
 namespace sti::continuum {
@@ -35,28 +36,20 @@ template <bool Freq>
     const float x4 = coords[at(n, 4, e, 3, 0)], y4 = coords[at(n, 4, e, 3, 1)];
     const float f = tri_flag[e];
 
-    const float a = x1 - x3, b = x2 - x4, c = y2 - y4, d = y3 - y1;
-    const float area = max_of(0.5f * (a * c + b * d), 0.0f);  // a NaN clamps to 0
-    const float p = area == 0.0f ? 1.0f : 0.0f;
-    const float padded = area + p;
-    const float inverse = (1.0f - p) / padded;
+    const PlaneMeasure m = plane_measure(x1, y1, x2, y2, x3, y3, x4, y4, f);
     if constexpr (!Freq) {
-      work_a[e] = padded;
-      work_b[e] = inverse;
+      work_a[e] = m.padded;
+      work_b[e] = m.inverse;
     }
     // The thickness test comes after the area test and overwrites its status.
     int status = elem_status[e];
-    status = area == 0.0f ? 2 : status;
+    status = m.area == 0.0f ? 2 : status;
     status = thickness[e] <= 0.0f ? 3 : status;
     elem_status[e] = status;
-    element_mass[e] = thickness[e] * padded * density[e];
-
-    // Gradient of the area by x1, y1, x2, y2; nodes 3 and 4 carry the negatives.
-    const float u1 = c * 0.5f, u2 = b * -0.5f, u3 = d * 0.5f, u4 = a * 0.5f;
-    const float s = p + u1 * u1 + u2 * u2 + u3 * u3 + u4 * u4 - f * (u1 * u3 + u2 * u4);
-    lsq[e] = (kOneSixth * f + 0.5f) * padded / s;
+    element_mass[e] = thickness[e] * m.padded * density[e];
+    lsq[e] = m.lsq;
     if constexpr (Freq)
-      shell::one_point_frequency(four_corners(coords, n, e), padded, inverse, freq_a[e],
+      shell::one_point_frequency(four_corners(coords, n, e), m.padded, m.inverse, freq_a[e],
                                  freq_b[e]);
   }
 }

@@ -10,6 +10,7 @@
 // uses them): short loops whose iterations overlap, rather than one long
 // chain per element.
 #include "common/numerics.hpp"
+#include "continuum/plane_measure.hpp"
 #include "stabletime/pipeline.h"
 #include "shell/shell.hpp"
 #include "shell/surface_terms.hpp"
@@ -151,27 +152,16 @@ void one_point_rows(int count, const float* STI_RESTRICT coords, const float* ST
   for (int e = 0; e < n; ++e) {
     const Corners4 q =
         plane_corners(four_nodes(coords, n, e), axis_of(axes, n, e), axis_of(axes + 3 * n, n, e));
-    const float x1 = q.x[0], y1 = q.y[0], x2 = q.x[1], y2 = q.y[1];
-    const float x3 = q.x[2], y3 = q.y[2], x4 = q.x[3], y4 = q.y[3];
-    const float f = tri_flag[e];
-
     // The plane measure: a collapsed element gets a padded area of 1 and
     // status 2; the thickness test comes after and overwrites it.
-    const float a = x1 - x3, b = x2 - x4, c = y2 - y4, d = y3 - y1;
-    const float area = max_of(0.5f * (a * c + b * d), 0.0f);  // a NaN clamps to 0
-    const float p = area == 0.0f ? 1.0f : 0.0f;
-    const float padded = area + p;
-    const float inverse = (1.0f - p) / padded;
-    int status = area == 0.0f ? 2 : elem_status[e];
+    const continuum::PlaneMeasure m = continuum::plane_measure(
+        q.x[0], q.y[0], q.x[1], q.y[1], q.x[2], q.y[2], q.x[3], q.y[3], tri_flag[e]);
+    int status = m.area == 0.0f ? 2 : elem_status[e];
     status = thickness[e] <= 0.0f ? 3 : status;
     elem_status[e] = status;
-    element_mass[e] = thickness[e] * padded * density[e];
-
-    // Gradient of the area by x1, y1, x2, y2; nodes 3 and 4 carry the negatives.
-    const float u1 = c * 0.5f, u2 = b * -0.5f, u3 = d * 0.5f, u4 = a * 0.5f;
-    const float s = p + u1 * u1 + u2 * u2 + u3 * u3 + u4 * u4 - f * (u1 * u3 + u2 * u4);
-    lsq[e] = (kOneSixth * f + 0.5f) * padded / s;
-    one_point_frequency(q, padded, inverse, freq_a[e], freq_b[e]);
+    element_mass[e] = thickness[e] * m.padded * density[e];
+    lsq[e] = m.lsq;
+    one_point_frequency(q, m.padded, m.inverse, freq_a[e], freq_b[e]);
   }
 }
 
