@@ -65,7 +65,20 @@ void piece(int n, int* STI_RESTRICT elem_status, const float* STI_RESTRICT coord
 
     // The 24 squares first, then the pad, which would otherwise absorb the
     // small squares of a collapsed piece.
-    const float s = gradient_squares(bx, dx, dy, dz) + p;
+    float s = bx[0] * bx[0];
+#pragma GCC unroll 8
+    for (int i = 1; i < 8; ++i) s = s + bx[i] * bx[i];
+#pragma GCC unroll 8
+    for (int i = 0; i < 8; ++i) {
+      const float by = gradient_component(dz, dx, kComponents[i]);
+      s = s + by * by;
+    }
+#pragma GCC unroll 8
+    for (int i = 0; i < 8; ++i) {
+      const float bz = gradient_component(dx, dy, kComponents[i]);
+      s = s + bz * bz;
+    }
+    s = s + p;
     lsq[e] = padded * 0.5f / s;
 
     if constexpr (Faces) {

@@ -84,25 +84,4 @@ inline float gradient_component(const Differences& u, const Differences& v, cons
   return (g.negative ? -kTwelfth : kTwelfth) * sum;
 }
 
-// The sum of the squares of the 24 gradient components: the given x ones,
-// then y, then z, each over the corners in order. The y and z components are
-// formed as they are summed, which keeps fewer of them live.
-inline float gradient_squares(const float* bx, const Differences& dx, const Differences& dy,
-                              const Differences& dz) {
-  float s = bx[0] * bx[0];
-#pragma GCC unroll 8
-  for (int i = 1; i < 8; ++i) s = s + bx[i] * bx[i];
-#pragma GCC unroll 8
-  for (int i = 0; i < 8; ++i) {
-    const float by = gradient_component(dz, dx, kComponents[i]);
-    s = s + by * by;
-  }
-#pragma GCC unroll 8
-  for (int i = 0; i < 8; ++i) {
-    const float bz = gradient_component(dx, dy, kComponents[i]);
-    s = s + bz * bz;
-  }
-  return s;
-}
-
 }  // namespace sti::continuum::volume_gradient
