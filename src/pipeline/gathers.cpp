@@ -92,6 +92,48 @@ void gather(int value_count, int ndim, int coord_stride, const int* STI_RESTRICT
 // three component streams: one load per node and three stores per four nodes
 // in place of three of each per node. A group that holds node 1, whose row
 // would start before the array, is copied float by float.
+namespace {
+
+#if defined(__SSE2__)
+// Four nodes' rows, each the float before a node's three and the three, per
+// group of four lanes, transposed into the x, y and z streams.
+inline void store_components(__m128 ra, __m128 rb, __m128 rc, __m128 rd, float* x, float* y,
+                             float* z) {
+  const __m128 ab_low = _mm_unpacklo_ps(ra, rb), ab_high = _mm_unpackhi_ps(ra, rb);
+  const __m128 cd_low = _mm_unpacklo_ps(rc, rd), cd_high = _mm_unpackhi_ps(rc, rd);
+  _mm_storeu_ps(x, _mm_movehl_ps(cd_low, ab_low));
+  _mm_storeu_ps(y, _mm_movelh_ps(ab_high, cd_high));
+  _mm_storeu_ps(z, _mm_movehl_ps(cd_high, ab_high));
+}
+#endif
+#if defined(__AVX2__)
+inline void store_components(__m256 ra, __m256 rb, __m256 rc, __m256 rd, float* x, float* y,
+                             float* z) {
+  const __m256 ab_low = _mm256_unpacklo_ps(ra, rb), ab_high = _mm256_unpackhi_ps(ra, rb);
+  const __m256 cd_low = _mm256_unpacklo_ps(rc, rd), cd_high = _mm256_unpackhi_ps(rc, rd);
+  _mm256_storeu_ps(x, _mm256_shuffle_ps(ab_low, cd_low, 0xEE));
+  _mm256_storeu_ps(y, _mm256_shuffle_ps(ab_high, cd_high, 0x44));
+  _mm256_storeu_ps(z, _mm256_shuffle_ps(ab_high, cd_high, 0xEE));
+}
+#endif
+#if defined(__AVX512F__)
+inline void store_components(__m512 ra, __m512 rb, __m512 rc, __m512 rd, float* x, float* y,
+                             float* z) {
+  // The masked forms with every lane taken: the plain ones start from an
+  // undefined vector that GCC 12 warns of.
+  const __mmask16 all = 0xFFFF;
+  const __m512 ab_low = _mm512_mask_unpacklo_ps(ra, all, ra, rb);
+  const __m512 ab_high = _mm512_mask_unpackhi_ps(ra, all, ra, rb);
+  const __m512 cd_low = _mm512_mask_unpacklo_ps(rc, all, rc, rd);
+  const __m512 cd_high = _mm512_mask_unpackhi_ps(rc, all, rc, rd);
+  _mm512_storeu_ps(x, _mm512_shuffle_ps(ab_low, cd_low, 0xEE));
+  _mm512_storeu_ps(y, _mm512_shuffle_ps(ab_high, cd_high, 0x44));
+  _mm512_storeu_ps(z, _mm512_shuffle_ps(ab_high, cd_high, 0xEE));
+}
+#endif
+
+}  // namespace
+
 void gather_solid(int value_count, int ndim, int coord_stride, const int* STI_RESTRICT node_list,
                   float* STI_RESTRICT values_out, const float* STI_RESTRICT node_coords) {
 #if defined(__SSE2__)
@@ -124,17 +166,8 @@ void gather_solid(int value_count, int ndim, int coord_stride, const int* STI_RE
         for (int j = i; j < i + 16; ++j) copy(j);
         continue;
       }
-      const __m512 ra = rows16(g), rb = rows16(g + 1), rc = rows16(g + 2), rd = rows16(g + 3);
-      // The masked forms with every lane taken: the plain ones start from an
-      // undefined vector that GCC 12 warns of.
-      const __mmask16 all = 0xFFFF;
-      const __m512 ab_low = _mm512_mask_unpacklo_ps(ra, all, ra, rb);
-      const __m512 ab_high = _mm512_mask_unpackhi_ps(ra, all, ra, rb);
-      const __m512 cd_low = _mm512_mask_unpacklo_ps(rc, all, rc, rd);
-      const __m512 cd_high = _mm512_mask_unpackhi_ps(rc, all, rc, rd);
-      _mm512_storeu_ps(x + i, _mm512_shuffle_ps(ab_low, cd_low, 0xEE));
-      _mm512_storeu_ps(y + i, _mm512_shuffle_ps(ab_high, cd_high, 0x44));
-      _mm512_storeu_ps(z + i, _mm512_shuffle_ps(ab_high, cd_high, 0xEE));
+      store_components(rows16(g), rows16(g + 1), rows16(g + 2), rows16(g + 3), x + i, y + i,
+                       z + i);
     }
 #endif
 #if defined(__AVX2__)
@@ -150,13 +183,8 @@ void gather_solid(int value_count, int ndim, int coord_stride, const int* STI_RE
         for (int j = i; j < i + 8; ++j) copy(j);
         continue;
       }
-      const __m256 ra = rows(g[0], g[4]), rb = rows(g[1], g[5]);
-      const __m256 rc = rows(g[2], g[6]), rd = rows(g[3], g[7]);
-      const __m256 ab_low = _mm256_unpacklo_ps(ra, rb), ab_high = _mm256_unpackhi_ps(ra, rb);
-      const __m256 cd_low = _mm256_unpacklo_ps(rc, rd), cd_high = _mm256_unpackhi_ps(rc, rd);
-      _mm256_storeu_ps(x + i, _mm256_shuffle_ps(ab_low, cd_low, 0xEE));
-      _mm256_storeu_ps(y + i, _mm256_shuffle_ps(ab_high, cd_high, 0x44));
-      _mm256_storeu_ps(z + i, _mm256_shuffle_ps(ab_high, cd_high, 0xEE));
+      store_components(rows(g[0], g[4]), rows(g[1], g[5]), rows(g[2], g[6]), rows(g[3], g[7]),
+                       x + i, y + i, z + i);
     }
 #endif
     for (; i + 4 <= value_count; i += 4) {
@@ -165,13 +193,8 @@ void gather_solid(int value_count, int ndim, int coord_stride, const int* STI_RE
         for (int j = i; j < i + 4; ++j) copy(j);
         continue;
       }
-      const __m128 ra = row(node_list[i]), rb = row(node_list[i + 1]);
-      const __m128 rc = row(node_list[i + 2]), rd = row(node_list[i + 3]);
-      const __m128 ab_low = _mm_unpacklo_ps(ra, rb), ab_high = _mm_unpackhi_ps(ra, rb);
-      const __m128 cd_low = _mm_unpacklo_ps(rc, rd), cd_high = _mm_unpackhi_ps(rc, rd);
-      _mm_storeu_ps(x + i, _mm_movehl_ps(cd_low, ab_low));
-      _mm_storeu_ps(y + i, _mm_movelh_ps(ab_high, cd_high));
-      _mm_storeu_ps(z + i, _mm_movehl_ps(cd_high, ab_high));
+      store_components(row(node_list[i]), row(node_list[i + 1]), row(node_list[i + 2]),
+                       row(node_list[i + 3]), x + i, y + i, z + i);
     }
     for (; i < value_count; ++i) copy(i);
     return;
@@ -252,16 +275,8 @@ void solid_rows_gather(int n, const int* STI_RESTRICT rows, float* STI_RESTRICT 
     for (; first + 16 <= n; first += 16) {
       for (int k = 0; k < K; ++k) {
         const int* g = rows + first * K + k;
-        const __m512 ra = rows16(g), rb = rows16(g + K), rc = rows16(g + 2 * K),
-                     rd = rows16(g + 3 * K);
-        const __mmask16 all = 0xFFFF;
-        const __m512 ab_low = _mm512_mask_unpacklo_ps(ra, all, ra, rb);
-        const __m512 ab_high = _mm512_mask_unpackhi_ps(ra, all, ra, rb);
-        const __m512 cd_low = _mm512_mask_unpacklo_ps(rc, all, rc, rd);
-        const __m512 cd_high = _mm512_mask_unpackhi_ps(rc, all, rc, rd);
-        _mm512_storeu_ps(out(k, 0) + first, _mm512_shuffle_ps(ab_low, cd_low, 0xEE));
-        _mm512_storeu_ps(out(k, 1) + first, _mm512_shuffle_ps(ab_high, cd_high, 0x44));
-        _mm512_storeu_ps(out(k, 2) + first, _mm512_shuffle_ps(ab_high, cd_high, 0xEE));
+        store_components(rows16(g), rows16(g + K), rows16(g + 2 * K), rows16(g + 3 * K),
+                         out(k, 0) + first, out(k, 1) + first, out(k, 2) + first);
       }
     }
 #endif
@@ -272,25 +287,16 @@ void solid_rows_gather(int n, const int* STI_RESTRICT rows, float* STI_RESTRICT 
     for (; first + 8 <= n; first += 8) {
       for (int k = 0; k < K; ++k) {
         const int* g = rows + first * K + k;
-        const __m256 ra = rows8(g), rb = rows8(g + K), rc = rows8(g + 2 * K),
-                     rd = rows8(g + 3 * K);
-        const __m256 ab_low = _mm256_unpacklo_ps(ra, rb), ab_high = _mm256_unpackhi_ps(ra, rb);
-        const __m256 cd_low = _mm256_unpacklo_ps(rc, rd), cd_high = _mm256_unpackhi_ps(rc, rd);
-        _mm256_storeu_ps(out(k, 0) + first, _mm256_shuffle_ps(ab_low, cd_low, 0xEE));
-        _mm256_storeu_ps(out(k, 1) + first, _mm256_shuffle_ps(ab_high, cd_high, 0x44));
-        _mm256_storeu_ps(out(k, 2) + first, _mm256_shuffle_ps(ab_high, cd_high, 0xEE));
+        store_components(rows8(g), rows8(g + K), rows8(g + 2 * K), rows8(g + 3 * K),
+                         out(k, 0) + first, out(k, 1) + first, out(k, 2) + first);
       }
     }
 #endif
     for (; first + 4 <= n; first += 4) {
       for (int k = 0; k < K; ++k) {
         const int* g = rows + first * K + k;
-        const __m128 ra = row(g[0]), rb = row(g[K]), rc = row(g[2 * K]), rd = row(g[3 * K]);
-        const __m128 ab_low = _mm_unpacklo_ps(ra, rb), ab_high = _mm_unpackhi_ps(ra, rb);
-        const __m128 cd_low = _mm_unpacklo_ps(rc, rd), cd_high = _mm_unpackhi_ps(rc, rd);
-        _mm_storeu_ps(out(k, 0) + first, _mm_movehl_ps(cd_low, ab_low));
-        _mm_storeu_ps(out(k, 1) + first, _mm_movelh_ps(ab_high, cd_high));
-        _mm_storeu_ps(out(k, 2) + first, _mm_movehl_ps(cd_high, ab_high));
+        store_components(row(g[0]), row(g[K]), row(g[2 * K]), row(g[3 * K]), out(k, 0) + first,
+                         out(k, 1) + first, out(k, 2) + first);
       }
     }
   }
